@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "LXHotelsFermo/LXResult.h"
+#include "platform/MainQueue.h"
+
+namespace lxhf {
+
+using HttpHeaders = std::vector<std::pair<std::string, std::string>>;
+
+struct HttpRequest {
+    std::string method = "POST";
+    std::string url;
+    HttpHeaders headers;
+    std::string body;
+    Seconds timeout{60.0};
+};
+
+struct HttpResponse {
+    int status = 0;
+    HttpHeaders headers;
+    std::string body;
+
+    // Header names compare case-insensitively; the first match wins.
+    std::optional<std::string> header(std::string_view name) const;
+};
+
+// The request never reached an answer: refused, dropped, timed out, bad TLS.
+struct TransportError {
+    std::string description;
+};
+
+using HttpResult = LXResult<HttpResponse, TransportError>;
+
+// Sends requests without blocking; `done` runs later on the main context,
+// exactly once, unless the client is destroyed first (then never).
+class HttpClient {
+public:
+    virtual ~HttpClient() = default;
+    virtual void send(HttpRequest request, std::function<void(HttpResult)> done) = 0;
+};
+
+}  // namespace lxhf
