@@ -1,0 +1,122 @@
+#include "model/JsonCoder.h"
+
+namespace lxhf::json {
+
+std::string serialize(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::optional<Json> parse(std::string_view text) {
+    Json parsed = Json::parse(text.begin(), text.end(), nullptr, /*allow_exceptions=*/false);
+    if (parsed.is_discarded()) return std::nullopt;
+    return parsed;
+}
+
+bool DecodeContext::fail(LXDecodingError::Kind kind, std::string description) {
+    if (!error_) error_ = LXDecodingError{kind, path_, std::move(description)};
+    return false;
+}
+
+namespace {
+std::string_view foundDescription(const Json& value) {
+    switch (value.type()) {
+        case Json::value_t::string: return "a string";
+        case Json::value_t::boolean: return "a bool";
+        case Json::value_t::number_integer:
+        case Json::value_t::number_unsigned:
+        case Json::value_t::number_float: return "a number";
+        case Json::value_t::object: return "a dictionary";
+        case Json::value_t::array: return "an array";
+        default: return "null";
+    }
+}
+}  // namespace
+
+bool DecodeContext::typeMismatch(std::string_view expected, const Json& found) {
+    if (found.is_null()) return valueNotFound(expected);
+    return fail(LXDecodingError::Kind::typeMismatch,
+                "Expected to decode " + std::string(expected) + " but found " +
+                    std::string(foundDescription(found)) + " instead.");
+}
+
+bool DecodeContext::valueNotFound(std::string_view expected) {
+    return fail(LXDecodingError::Kind::valueNotFound,
+                "Expected " + std::string(expected) + " value but found null instead.");
+}
+
+ObjectView::ObjectView(const Json& object, const DecodeContext& context)
+    : object_(object), converted_(context.keys() == KeyDecoding::convertFromSnakeCase) {
+    if (!converted_) return;
+    convertedMembers_.reserve(object.size());
+    for (auto it = object.begin(); it != object.end(); ++it)
+        convertedMembers_.emplace_back(fromSnakeCase(it.key()), &it.value());
+}
+
+const Json* ObjectView::find(std::string_view fieldName) const {
+    if (!converted_) {
+        for (auto it = object_.begin(); it != object_.end(); ++it)
+            if (it.key() == fieldName) return &it.value();
+        return nullptr;
+    }
+    for (const auto& [key, value] : convertedMembers_)
+        if (key == fieldName) return value;
+    return nullptr;
+}
+
+std::string keyNotFoundDescription(std::string_view key) {
+    const std::string k(key);
+    return "No value associated with key CodingKeys(stringValue: \"" + k + "\", intValue: nil) (\"" + k + "\").";
+}
+
+}  // namespace lxhf::json
+
+const char* toString(LXDecodingError::Kind kind) noexcept {
+    switch (kind) {
+        case LXDecodingError::Kind::keyNotFound: return "keyNotFound";
+        case LXDecodingError::Kind::typeMismatch: return "typeMismatch";
+        case LXDecodingError::Kind::valueNotFound: return "valueNotFound";
+        case LXDecodingError::Kind::dataCorrupted: return "dataCorrupted";
+    }
+    return "dataCorrupted";
+}
+
+std::string LXDecodingError::description() const {
+    std::string path;
+    for (const auto& component : codingPath) {
+        if (!path.empty()) path += '.';
+        path += component;
+    }
+    std::string out = toString(kind);
+    if (!path.empty()) out += " at " + path;
+    return out + ": " + debugDescription;
+}
+
+#include "model/JsonCodecs.h"
+
+namespace lxhf::json {
+
+std::optional<std::int64_t> Codec<std::int64_t>::decode(const Json& j, DecodeContext& c) {
+    if (j.is_number_integer() && !j.is_number_unsigned()) return j.get<std::int64_t>();
+    if (j.is_number_unsigned()) {
+        const auto v = j.get<std::uint64_t>();
+        if (v <= std::uint64_t(std::numeric_limits<std::int64_t>::max())) return std::int64_t(v);
+    } else if (j.is_number_float()) {
+        const double v = j.get<double>();
+        // 2^63 is exactly representable; everything below it fits.
+        if (std::trunc(v) == v && v >= -9223372036854775808.0 && v < 9223372036854775808.0)
+            return std::int64_t(v);
+    } else {
+        c.typeMismatch(name, j);
+        return std::nullopt;
+    }
+    c.fail(LXDecodingError::Kind::dataCorrupted, "Parsed JSON number <" + serialize(j) + "> does not fit in Int.");
+    return std::nullopt;
+}
+
+Json Codec<double>::encode(double v, const EncodeContext&) {
+    if (!std::isfinite(v)) return nullptr;
+    if (std::trunc(v) == v && std::fabs(v) < 9007199254740992.0) return std::int64_t(v);
+    return v;
+}
+
+}  // namespace lxhf::json

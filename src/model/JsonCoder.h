@@ -1,0 +1,106 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "LXHotelsFermo/LXDecodingError.h"
+#include "LXHotelsFermo/LXJSONKeyStyle.h"
+#include "LXHotelsFermo/LXResult.h"
+#include "model/KeyConversion.h"
+
+namespace lxhf::json {
+
+using Json = nlohmann::ordered_json;
+
+enum class KeyEncoding { useDefaultKeys, convertToSnakeCase };
+enum class KeyDecoding { useDefaultKeys, convertFromSnakeCase };
+
+inline KeyEncoding encodingFor(LXJSONKeyStyle style) {
+    return style == LXJSONKeyStyle::snakeCase ? KeyEncoding::convertToSnakeCase : KeyEncoding::useDefaultKeys;
+}
+inline KeyDecoding decodingFor(LXJSONKeyStyle style) {
+    return style == LXJSONKeyStyle::snakeCase ? KeyDecoding::convertFromSnakeCase : KeyDecoding::useDefaultKeys;
+}
+
+// Compact text, UTF-8 as it stands, "/" unescaped. Invalid UTF-8 is replaced
+// rather than thrown on, so encoding never fails.
+std::string serialize(const Json& json);
+// Absent when the text is not JSON.
+std::optional<Json> parse(std::string_view text);
+
+class EncodeContext {
+public:
+    explicit EncodeContext(KeyEncoding keys) : keys_(keys) {}
+    std::string key(std::string_view fieldName) const {
+        return keys_ == KeyEncoding::convertToSnakeCase ? toSnakeCase(fieldName) : std::string(fieldName);
+    }
+
+private:
+    KeyEncoding keys_;
+};
+
+// Tracks the coding path and the first failure while a value is decoded.
+class DecodeContext {
+public:
+    explicit DecodeContext(KeyDecoding keys) : keys_(keys) {}
+
+    KeyDecoding keys() const { return keys_; }
+    const std::optional<LXDecodingError>& error() const { return error_; }
+    LXDecodingError takeError() { return std::move(*error_); }
+
+    // Records the failure at the current path; always returns false.
+    bool fail(LXDecodingError::Kind kind, std::string description);
+    bool typeMismatch(std::string_view expected, const Json& found);
+    bool valueNotFound(std::string_view expected);
+
+    void push(std::string component) { path_.push_back(std::move(component)); }
+    void pop() { path_.pop_back(); }
+
+private:
+    KeyDecoding keys_;
+    std::vector<std::string> path_;
+    std::optional<LXDecodingError> error_;
+};
+
+// Keeps a path component for the length of a scope.
+class PathScope {
+public:
+    PathScope(DecodeContext& context, std::string component) : context_(context) {
+        context_.push(std::move(component));
+    }
+    ~PathScope() { context_.pop(); }
+    PathScope(const PathScope&) = delete;
+    PathScope& operator=(const PathScope&) = delete;
+
+private:
+    DecodeContext& context_;
+};
+
+// The members of one JSON object, looked up by field name under the
+// decoder's key strategy (input keys converted first, as Foundation does).
+class ObjectView {
+public:
+    ObjectView(const Json& object, const DecodeContext& context);
+    const Json* find(std::string_view fieldName) const;
+
+private:
+    const Json& object_;
+    bool converted_;
+    std::vector<std::pair<std::string, const Json*>> convertedMembers_;
+};
+
+std::string keyNotFoundDescription(std::string_view key);
+
+// Specialised per type in JsonCodecs.h:
+//   static Json encode(const T&, const EncodeContext&);
+//   static std::optional<T> decode(const Json&, DecodeContext&);
+//   static constexpr std::string_view name;
+template <class T, class Enable = void>
+struct Codec;
+
+}  // namespace lxhf::json

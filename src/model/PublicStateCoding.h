@@ -1,0 +1,40 @@
+#pragma once
+
+// JSON forms of the values a host sees: the error value, the two
+// one-key-object enumerations and the offer entry.
+
+#include "LXHotelsFermo/LXFermoOffer.h"
+#include "model/JsonCodecs.h"
+#include "model/RoomDetailsRecords.h"
+
+namespace lxhf::json {
+
+template <>
+struct Codec<LXErrorInfo> {
+    static constexpr std::string_view name = "LXErrorInfo";
+    static Json encode(const LXErrorInfo& error, const EncodeContext& c);
+    static std::optional<LXErrorInfo> decode(const Json& j, DecodeContext& c);
+};
+
+template <>
+struct Codec<LXFermoOfferState> {
+    static constexpr std::string_view name = "LXFermoOfferState";
+    static Json encode(const LXFermoOfferState& state, const EncodeContext& c);
+    static std::optional<LXFermoOfferState> decode(const Json& j, DecodeContext& c);
+};
+
+template <>
+struct Codec<LXFermoPurchaseResult> {
+    static constexpr std::string_view name = "LXFermoPurchaseResult";
+    static Json encode(const LXFermoPurchaseResult& result, const EncodeContext& c);
+    static std::optional<LXFermoPurchaseResult> decode(const Json& j, DecodeContext& c);
+};
+
+template <>
+struct Codec<LXFermoOffer> {
+    static constexpr std::string_view name = "LXFermoOffer";
+    static Json encode(const LXFermoOffer& offer, const EncodeContext& c);
+    static std::optional<LXFermoOffer> decode(const Json& j, DecodeContext& c);
+};
+
+}  // namespace lxhf::json
