@@ -1,0 +1,92 @@
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "platform/CacheDirectory.h"
+#include "platform/UserCacheDirectory.h"
+#include "support/TempDir.h"
+
+namespace lxhf {
+namespace {
+
+std::vector<std::string> namesIn(const std::filesystem::path& directory) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(directory)) names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+TEST(AtomicFileWrite, ReplacesTheWholeFileAndLeavesNothingElse) {
+    test::TempDir dir;
+    auto file = dir / "session.json";
+    ASSERT_FALSE(writeWholeFileAtomically(file, std::string("a much longer first version\0with a NUL", 38)));
+    ASSERT_FALSE(writeWholeFileAtomically(file, "short"));
+    auto read = readWholeFile(file);
+    ASSERT_TRUE(read.ok());
+    EXPECT_EQ(*read, "short");
+    EXPECT_EQ(namesIn(dir.path()), (std::vector<std::string>{"session.json"}));
+
+    ASSERT_FALSE(writeWholeFileAtomically(file, ""));
+    EXPECT_EQ(*readWholeFile(file), "");
+}
+
+TEST(AtomicFileWrite, StopBeforeRenameKeepsTheOldFileAndTheStrayTempIsIgnored) {
+    test::TempDir dir;
+    auto file = dir / "session.json";
+    ASSERT_FALSE(writeWholeFileAtomically(file, "old"));
+
+    auto temporary = writeTemporaryFileBeside(file, "new but never committed");
+    ASSERT_TRUE(temporary.ok());
+    EXPECT_EQ(temporary->parent_path(), dir.path());
+    EXPECT_EQ(*readWholeFile(file), "old");
+
+    // The next run writes again beside the stray file and reads its own data.
+    ASSERT_FALSE(writeWholeFileAtomically(file, "newer"));
+    EXPECT_EQ(*readWholeFile(file), "newer");
+    EXPECT_EQ(*readWholeFile(*temporary), "new but never committed");
+    EXPECT_EQ(namesIn(dir.path()).size(), 2u);
+}
+
+TEST(AtomicFileWrite, FailuresAreDescribedValuesAndLeaveNoTemp) {
+    test::TempDir dir;
+    auto missingDirectory = dir / "absent" / "session.json";
+    auto written = writeWholeFileAtomically(missingDirectory, "data");
+    ASSERT_TRUE(written.has_value());
+    EXPECT_NE(written->description.find("session.json"), std::string::npos);
+
+    auto read = readWholeFile(dir / "nothing.json");
+    ASSERT_FALSE(read.ok());
+    EXPECT_FALSE(read.error().description.empty());
+
+    // Renaming onto a directory fails after the temp was written: it must go.
+    std::filesystem::create_directory(dir / "taken");
+    std::ofstream(dir / "taken" / "inside") << "x";
+    auto onDirectory = writeWholeFileAtomically(dir / "taken", "data");
+    ASSERT_TRUE(onDirectory.has_value());
+    EXPECT_EQ(namesIn(dir.path()), (std::vector<std::string>{"taken"}));
+}
+
+TEST(UserCacheDirectory, IsMadeOnDemandOrAbsentWhenItCannotBe) {
+    test::TempDir dir;
+    UserCacheDirectory nested(dir / "a" / "b" / "LXHotelsFermo");
+    auto made = nested.path();
+    ASSERT_TRUE(made.has_value());
+    EXPECT_TRUE(std::filesystem::is_directory(*made));
+
+    std::filesystem::remove_all(dir / "a");
+    EXPECT_TRUE(nested.path().has_value());  // removed while running: made again
+    EXPECT_TRUE(std::filesystem::is_directory(dir / "a" / "b" / "LXHotelsFermo"));
+
+    std::ofstream(dir / "plain-file") << "x";
+    EXPECT_FALSE(UserCacheDirectory(dir / "plain-file" / "LXHotelsFermo").path().has_value());
+
+    EXPECT_EQ(UserCacheDirectory().location(), std::filesystem::path(g_get_user_cache_dir()) / "LXHotelsFermo");
+}
+
+}  // namespace
+}  // namespace lxhf

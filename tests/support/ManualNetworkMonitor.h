@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "platform/MainQueue.h"
+#include "platform/NetworkMonitor.h"
+
+namespace lxhf::test {
+
+// Reachability flipped by the test. Single threaded.
+class ManualNetworkMonitor final : public NetworkMonitor {
+public:
+    // With a queue, the first report is posted there, as the real monitor
+    // does; without one it is delivered inside start().
+    explicit ManualNetworkMonitor(bool satisfied = true, MainQueue* firstReportQueue = nullptr)
+        : satisfied_(satisfied), firstReportQueue_(firstReportQueue) {}
+
+    void start(std::function<void(bool satisfied)> onChange) override {
+        onChange_ = std::move(onChange);
+        ++startCount_;
+        if (firstReportQueue_ == nullptr) {
+            onChange_(satisfied_);
+            return;
+        }
+        firstReportQueue_->post([this, alive = std::weak_ptr<bool>(alive_)] {
+            if (alive.lock() && onChange_) onChange_(satisfied_);
+        });
+    }
+
+    // Delivers synchronously when it changes and the monitor was started.
+    void setSatisfied(bool satisfied) {
+        if (satisfied == satisfied_) return;
+        satisfied_ = satisfied;
+        if (onChange_) onChange_(satisfied_);
+    }
+    // Delivers even an unchanged value, for handlers that must tolerate it.
+    void report(bool satisfied) {
+        satisfied_ = satisfied;
+        if (onChange_) onChange_(satisfied_);
+    }
+
+    bool satisfied() const { return satisfied_; }
+    bool started() const { return startCount_ > 0; }
+    int startCount() const { return startCount_; }
+
+private:
+    bool satisfied_;
+    MainQueue* firstReportQueue_;
+    std::function<void(bool)> onChange_;
+    int startCount_ = 0;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+}  // namespace lxhf::test
