@@ -1,0 +1,38 @@
+#include "core/Environment.h"
+
+namespace {
+constexpr const char* kApiPath = "/api/hotels/v1.0/";
+constexpr const char* kMicrositePath = "/cloud/hotels/purchase";
+
+LXEnvironment make(const std::string& host, LXEnvironmentType type) {
+    return {"https://" + host + kApiPath, "https", host, kMicrositePath, type};
+}
+}  // namespace
+
+LXEnvironment LXEnvironment::production() { return make(LXHF_PRODUCTION_HOST, LXEnvironmentType::production); }
+LXEnvironment LXEnvironment::staging() { return make(LXHF_STAGING_HOST, LXEnvironmentType::staging); }
+LXEnvironment LXEnvironment::forType(LXEnvironmentType type) {
+    return type == LXEnvironmentType::production ? production() : staging();
+}
+
+namespace lxhf {
+
+LXEnvironment EndpointOverrides::apply(LXEnvironment environment) const {
+    if (apiBase) {
+        environment.apiUrl = *apiBase;
+        if (environment.apiUrl.empty() || environment.apiUrl.back() != '/') environment.apiUrl += '/';
+    }
+    if (micrositeBase) {
+        const std::string& base = *micrositeBase;
+        const auto schemeEnd = base.find("://");
+        if (schemeEnd != std::string::npos) {
+            environment.micrositeScheme = base.substr(0, schemeEnd);
+            std::string host = base.substr(schemeEnd + 3);
+            while (!host.empty() && host.back() == '/') host.pop_back();
+            environment.micrositeHost = host;
+        }
+    }
+    return environment;
+}
+
+}  // namespace lxhf

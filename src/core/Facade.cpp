@@ -1,0 +1,151 @@
+#include "core/Facade.h"
+
+#include <gio/gio.h>
+
+#include "platform/GLibMainQueue.h"
+#include "platform/GLibSystemLog.h"
+#include "platform/LibsoupHttpClient.h"
+#include "platform/SystemDeviceInfo.h"
+#include "platform/SystemNetworkMonitor.h"
+#include "platform/UserCacheDirectory.h"
+
+struct LXHotelsFermoSDK::Impl {
+    explicit Impl(lxhf::FacadeParts p) : parts(std::move(p)) {}
+
+    lxhf::FacadeParts parts;
+    std::string token;
+    LXEnvironmentType environmentType = LXEnvironmentType::staging;
+    lxhf::OfferBoard board;
+    std::shared_ptr<lxhf::HttpClient> http;
+    std::shared_ptr<lxhf::CacheDirectory> cache;
+    std::unique_ptr<lxhf::LoggerSlot> ownLoggerSlot;  // null for the process facade
+    lxhf::LoggerSlot* loggerSlot = nullptr;
+    std::shared_ptr<lxhf::LXCorvaneInternal> engine;
+    gulong shutdownHandler = 0;
+    GApplication* application = nullptr;
+
+    LXEnvironment environment() const {
+        return parts.overrides.apply(LXEnvironment::forType(environmentType));
+    }
+
+    lxhf::LXCorvaneInternal& obtainEngine() {
+        if (engine) return *engine;
+        http = parts.makeHttp(parts.overrides);
+        cache = parts.makeCache(parts.overrides);
+        const LXEnvironment env = environment();
+        lxhf::EngineParts engineParts{*parts.queue,
+                                      *parts.clock,
+                                      *http,
+                                      *cache,
+                                      *loggerSlot,
+                                      *parts.systemLog,
+                                      parts.overrides.intakeUrl.value_or(lxhf::defaultIntakeLogsUrl()),
+                                      parts.makeMonitor ? parts.makeMonitor(env) : nullptr};
+        engine = lxhf::LXCorvaneInternal::create(board, std::move(engineParts), token, parts.device->systemVersion(),
+                                                 parts.device->isTablet(), env);
+        return *engine;
+    }
+};
+
+LXHotelsFermoSDK::LXHotelsFermoSDK(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+
+LXHotelsFermoSDK::~LXHotelsFermoSDK() {
+    if (impl_->application && impl_->shutdownHandler)
+        g_signal_handler_disconnect(impl_->application, impl_->shutdownHandler);
+    if (impl_->application) g_object_unref(impl_->application);
+}
+
+LXHotelsFermoSDK& LXHotelsFermoSDK::shared() {
+    // Deliberately never destroyed: hosts may still call in from exit handlers.
+    static LXHotelsFermoSDK* const instance = [] {
+        auto sdk = lxhf::FacadeAccess::make(lxhf::systemParts());
+        sdk->impl_->ownLoggerSlot.reset();
+        sdk->impl_->loggerSlot = &lxhf::processLoggerSlot();
+        return sdk.release();
+    }();
+    return *instance;
+}
+
+void LXHotelsFermoSDK::configure(std::string token, LXEnvironmentType environmentType) {
+    impl_->token = std::move(token);
+    impl_->environmentType = environmentType;
+}
+
+void LXHotelsFermoSDK::updateUser(std::optional<std::string> userId) { impl_->obtainEngine().updateUser(userId); }
+
+void LXHotelsFermoSDK::cacheOffers(const std::vector<LXRoomDetails>& rooms) { impl_->obtainEngine().cacheOffers(rooms); }
+
+void LXHotelsFermoSDK::refreshCachedOffers(LXRefresh type) { impl_->obtainEngine().refresh(type); }
+
+const LXHotelsFermoSDK::Offers& LXHotelsFermoSDK::fermoOffers() const { return impl_->board.offers(); }
+
+void LXHotelsFermoSDK::setFermoOffers(Offers offers) { impl_->board.replaceAll(std::move(offers)); }
+
+LXSubscription LXHotelsFermoSDK::subscribeFermoOffers(std::function<void(const Offers&)> onChange) {
+    return impl_->board.publisher().subscribe(std::move(onChange));
+}
+
+void LXHotelsFermoSDK::applicationWillTerminate() {
+    if (impl_->engine) impl_->engine->removeStoredSession();
+}
+
+void LXHotelsFermoSDK::connectApplicationShutdown(GApplication* application) {
+    if (!application || impl_->application) return;
+    impl_->application = G_APPLICATION(g_object_ref(application));
+    impl_->shutdownHandler = g_signal_connect_swapped(
+        application, "shutdown", G_CALLBACK(+[](LXHotelsFermoSDK* sdk) { sdk->applicationWillTerminate(); }), this);
+}
+
+namespace lxhf {
+
+FacadeParts systemParts() {
+    FacadeParts parts;
+    parts.queue = std::make_shared<GLibMainQueue>();
+    parts.clock = std::make_shared<SystemClock>();
+    parts.device = std::make_shared<SystemDeviceInfo>();
+    parts.systemLog = std::make_shared<GLibSystemLog>();
+    parts.makeHttp = [](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
+        if (o.caFile) return std::make_shared<LibsoupHttpClient>(std::filesystem::path(*o.caFile));
+        return std::make_shared<LibsoupHttpClient>();
+    };
+    parts.makeCache = [](const EndpointOverrides& o) -> std::shared_ptr<CacheDirectory> {
+        if (o.cacheDirectory) return std::make_shared<UserCacheDirectory>(std::filesystem::path(*o.cacheDirectory));
+        return std::make_shared<UserCacheDirectory>();
+    };
+    auto queue = parts.queue;
+    parts.makeMonitor = [queue](const LXEnvironment& env) -> std::unique_ptr<NetworkMonitor> {
+        return std::make_unique<SystemNetworkMonitor>(*queue, env.apiUrl);
+    };
+    return parts;
+}
+
+std::unique_ptr<LXHotelsFermoSDK> FacadeAccess::make(FacadeParts parts) {
+    auto impl = std::make_unique<LXHotelsFermoSDK::Impl>(std::move(parts));
+    impl->ownLoggerSlot = std::make_unique<LoggerSlot>();
+    impl->loggerSlot = impl->ownLoggerSlot.get();
+    return std::unique_ptr<LXHotelsFermoSDK>(new LXHotelsFermoSDK(std::move(impl)));
+}
+
+void FacadeAccess::setOverrides(LXHotelsFermoSDK& sdk, EndpointOverrides overrides) {
+    sdk.impl_->parts.overrides = std::move(overrides);
+}
+
+const std::string& FacadeAccess::token(const LXHotelsFermoSDK& sdk) { return sdk.impl_->token; }
+LXEnvironment FacadeAccess::environment(const LXHotelsFermoSDK& sdk) { return sdk.impl_->environment(); }
+LXCorvaneInternal* FacadeAccess::engineIfMade(LXHotelsFermoSDK& sdk) { return sdk.impl_->engine.get(); }
+LXCorvaneInternal& FacadeAccess::engine(LXHotelsFermoSDK& sdk) { return sdk.impl_->obtainEngine(); }
+OfferBoard& FacadeAccess::board(LXHotelsFermoSDK& sdk) { return sdk.impl_->board; }
+LoggerSlot& FacadeAccess::log(LXHotelsFermoSDK& sdk) { return *sdk.impl_->loggerSlot; }
+MainQueue& FacadeAccess::queue(LXHotelsFermoSDK& sdk) { return *sdk.impl_->parts.queue; }
+
+void FacadeAccess::onShown(LXHotelsFermoSDK& sdk, const LXOfferResponse& response) {
+    auto& impl = *sdk.impl_;
+    impl.obtainEngine();
+    std::weak_ptr<LXCorvaneInternal> weak = impl.engine;
+    impl.parts.queue->post([weak, response] {
+        // A refusal (no session id yet) is dropped on purpose: the event is lost.
+        if (auto engine = weak.lock()) (void)engine->onShown(response);
+    });
+}
+
+}  // namespace lxhf

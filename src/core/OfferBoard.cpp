@@ -1,0 +1,76 @@
+#include "core/OfferBoard.h"
+
+#include "model/RecordHash.h"
+
+namespace lxhf {
+
+std::size_t requestRoomHash(const LXOfferRequestRoom& room) noexcept { return hashOf(room); }
+
+std::size_t requestRoomHash(const LXRoom& r) noexcept {
+    // Same fields, same order as LXOfferRequestRoom, so both hashes agree.
+    Hasher h;
+    h.combine(r.id), h.combine(r.merchantId), h.combine(r.merchantRoomId), h.combine(r.name);
+    h.combine(r.beds), h.combine(r.price), h.combine(r.roomType), h.combine(r.promotion);
+    h.combine(r.cancellationCode), h.combine(r.rateCategoryId), h.combine(r.addons);
+    h.combine(r.availability), h.combine(r.isRefundable);
+    return h.value();
+}
+
+void OfferBoard::replaceAll(Offers offers) {
+    byDetails_.clear();
+    byRequestRoom_.clear();
+    offers_.mutableValue() = std::move(offers);
+    for (std::size_t i = 0; i < offers_.value().size(); ++i) index(i);
+    dirty_ = false;
+    offers_.notify();
+}
+
+void OfferBoard::index(std::size_t position) {
+    const LXRoomDetails& room = RoomDetailsAccess::room(offers_.value()[position]);
+    byDetails_.try_emplace(room, position);
+    byRequestRoom_[requestRoomHash(details(room).room)].push_back(position);
+}
+
+std::optional<std::size_t> OfferBoard::indexOf(const LXRoomDetails& room) const {
+    const auto found = byDetails_.find(room);
+    if (found == byDetails_.end()) return std::nullopt;
+    return found->second;
+}
+
+std::optional<std::size_t> OfferBoard::indexOfMatching(const LXOfferRequestRoom& room) const {
+    const auto bucket = byRequestRoom_.find(requestRoomHash(room));
+    if (bucket == byRequestRoom_.end()) return std::nullopt;
+    for (std::size_t position : bucket->second)
+        if (room.matches(details(RoomDetailsAccess::room(offers()[position])).room)) return position;
+    return std::nullopt;
+}
+
+void OfferBoard::appendLoading(const LXRoomDetails& room) {
+    offers_.mutableValue().push_back(RoomDetailsAccess::makeOffer(room, LXFermoOfferState::loading()));
+    index(offers_.value().size() - 1);
+    dirty_ = true;
+}
+
+void OfferBoard::setState(std::size_t index, LXFermoOfferState state) {
+    offers_.mutableValue()[index].state = std::move(state);
+    dirty_ = true;
+}
+
+void OfferBoard::publishIfChanged() {
+    if (!dirty_) return;
+    dirty_ = false;
+    offers_.notify();
+}
+
+void OfferBoard::setResponse(const LXRoomDetails& room, LXOfferResponse response) {
+    responses_.insert_or_assign(room, std::move(response));
+    dirty_ = true;
+}
+
+const LXOfferResponse* OfferBoard::response(const LXRoomDetails& room) const {
+    if (responses_.empty()) return nullptr;
+    const auto found = responses_.find(room);
+    return found == responses_.end() ? nullptr : &found->second;
+}
+
+}  // namespace lxhf

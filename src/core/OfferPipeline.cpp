@@ -1,0 +1,232 @@
+#include "core/OfferPipeline.h"
+
+#include <unordered_map>
+#include <unordered_set>
+
+#include "model/ErrorInfo.h"
+#include "model/RecordHash.h"
+
+namespace lxhf {
+namespace {
+
+constexpr Seconds kOffersDelay{0.2};
+constexpr const char* kRequestType = "create_rooms_deposit_offer";
+
+LXFermoOfferState stateFor(LXOfferResponseType type) {
+    switch (type) {
+        case LXOfferResponseType::signedFullOffer: return LXFermoOfferState::available();
+        case LXOfferResponseType::signedBaseOffer:
+        case LXOfferResponseType::unavailableOffer: return LXFermoOfferState::unavailable();
+        case LXOfferResponseType::loading: break;
+    }
+    return LXFermoOfferState::loading();
+}
+
+std::size_t roomKeyHash(const LXBooking& booking, const LXHotel& hotel) {
+    Hasher h;
+    h.combine(booking);
+    h.combine(hotel);
+    return h.value();
+}
+
+}  // namespace
+
+OfferPipeline::OfferPipeline(OfferBoard& board, SessionSource& sessions, ServiceApi& api, MainQueue& queue,
+                             LoggerSlot& log, const bool& networkConnected)
+    : board_(board), sessions_(sessions), api_(api), mainQueue_(queue), log_(log),
+      networkConnected_(networkConnected),
+      debouncer_(std::make_unique<Debouncer>(queue, kOffersDelay, [] {})),
+      fetchingError_(makeError("Error fetching offer")) {}
+
+void OfferPipeline::cacheOffers(const std::vector<LXRoomDetails>& rooms) {
+    std::vector<LXRoomDetails> toFetch;
+    for (const auto& room : rooms) {
+        if (board_.indexOf(room)) continue;
+        board_.appendLoading(room);
+        toFetch.push_back(room);
+    }
+    board_.publishIfChanged();
+    if (!toFetch.empty()) queueRooms(toFetch);
+}
+
+void OfferPipeline::refresh(LXRefresh type) {
+    std::vector<LXRoomDetails> rooms;
+    // errorsOnly selects nothing on purpose: it only restarts the wait for
+    // whatever is still queued.
+    if (type == LXRefresh::all) {
+        const auto& offers = board_.offers();
+        rooms.reserve(offers.size());
+        for (std::size_t i = 0; i < offers.size(); ++i) {
+            rooms.push_back(RoomDetailsAccess::room(offers[i]));
+            board_.setState(i, LXFermoOfferState::loading());
+        }
+        board_.publishIfChanged();
+    }
+    queueRooms(rooms);
+}
+
+void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
+    std::unordered_map<std::size_t, std::vector<std::size_t>> batchesByKey;
+    for (std::size_t i = 0; i < queue_.size(); ++i)
+        batchesByKey[roomKeyHash(queue_[i].booking, queue_[i].hotel)].push_back(i);
+
+    for (const auto& room : rooms) {
+        const auto& data = details(room);
+        auto& candidates = batchesByKey[roomKeyHash(data.booking, data.hotel)];
+        bool joined = false;
+        for (std::size_t i : candidates) {
+            if (queue_[i].booking == data.booking && queue_[i].hotel == data.hotel) {
+                queue_[i].roomsDetails.push_back(room);
+                joined = true;
+                break;
+            }
+        }
+        if (joined) continue;
+        queue_.push_back({data.booking, data.hotel, {room}});
+        candidates.push_back(queue_.size() - 1);
+    }
+
+    // A fresh debouncer abandons the pending run of the old one.
+    std::weak_ptr<OfferPipeline> weak = weak_from_this();
+    debouncer_ = std::make_unique<Debouncer>(mainQueue_, kOffersDelay, [weak] {
+        if (auto self = weak.lock()) self->fetchQueued();
+    });
+    if (networkConnected_) debouncer_->call();
+}
+
+void OfferPipeline::resume() {
+    if (!queue_.empty()) debouncer_->call();
+}
+
+void OfferPipeline::fetchQueued() {
+    auto snapshot = std::make_shared<const std::vector<LXRequestOffersBatch>>(queue_);
+    fetchBatch(std::move(snapshot), 0);
+}
+
+void OfferPipeline::fetchBatch(Snapshot snapshot, std::size_t index) {
+    if (index >= snapshot->size()) return;
+    const LXRequestOffersBatch& batch = (*snapshot)[index];
+    LXOfferRequest request{batch.hotel, batch.booking, {}, kRequestType};
+    request.rooms.reserve(batch.roomsDetails.size());
+    for (const auto& room : batch.roomsDetails) request.rooms.push_back(LXOfferRequestRoom::from(details(room).room));
+
+    std::weak_ptr<OfferPipeline> weak = weak_from_this();
+    fetchOffers(std::move(request), [weak, snapshot, index](Outcome outcome) {
+        auto self = weak.lock();
+        if (!self) return;
+        self->handle((*snapshot)[index], std::move(outcome));
+        self->fetchBatch(snapshot, index + 1);
+    });
+}
+
+void OfferPipeline::fetchOffers(LXOfferRequest request, std::function<void(Outcome)> done) {
+    auto url = api_.endpoint(api::kOffersPath);
+    if (!url) {
+        logWarn(log_, "unable to access fermoOffers API URL");
+        return done(NoResult{});
+    }
+    std::weak_ptr<OfferPipeline> weak = weak_from_this();
+    auto body = api_.encoder().encode(request);
+    sessions_.currentSessionId([weak, url = std::move(*url), body = std::move(body),
+                                done = std::move(done)](SessionIdResult session) mutable {
+        auto self = weak.lock();
+        if (!self) return;
+        if (!session) {
+            logError(self->log_, "session.current error: " + session.error().message());
+            return done(makeError(session.error().message()));
+        }
+        self->sendOffers(url, body, session.value(), std::move(done));
+    });
+}
+
+void OfferPipeline::sendOffers(const std::string& url, const std::string& body, const std::string& sessionId,
+                               std::function<void(Outcome)> done) {
+    std::weak_ptr<OfferPipeline> weak = weak_from_this();
+    api_.post(url, body, sessionId, [weak, done = std::move(done)](HttpResult result) {
+        if (auto self = weak.lock()) done(self->readAnswer(result));
+    });
+}
+
+OfferPipeline::Outcome OfferPipeline::readAnswer(const HttpResult& result) {
+    if (!result) return makeError("fetchOffers URLRequest error: " + result.error().description);
+    const HttpResponse& response = result.value();
+    if (response.status != api::kCreated) return makeError("fetchOffers statusCode error", response.status);
+
+    bool malformedExperiments = false;
+    auto flags = decodeExperiments(response.header(api::kExperimentsHeader), malformedExperiments);
+    if (malformedExperiments) logError(log_, "Error decoding lx-experiments");
+    auto decoded = api_.decoder().decode<std::vector<LXOfferResponse>>(response.body);
+    if (!decoded) {
+        logError(log_, "Error decoding responseData:\n" + decoded.error().description());
+        return NoResult{};
+    }
+    const auto region = response.header(api::kClientRegionHeader);
+    auto responses = std::move(decoded).value();
+    for (auto& r : responses) {
+        r.clientRegion = region;
+        r.featureFlags = flags ? std::optional<FeatureFlags>(*flags) : std::nullopt;
+    }
+    return responses;
+}
+
+void OfferPipeline::handle(const LXRequestOffersBatch& batch, Outcome outcome) {
+    if (std::holds_alternative<NoResult>(outcome)) {
+        logWarn(log_, "No offers fetched");
+    } else if (const auto* error = std::get_if<LXErrorInfo>(&outcome)) {
+        std::string message = "fetchOffers error message: " + error->message();
+        if (error->code()) message += "\ncode: " + std::to_string(*error->code());
+        logError(log_, message);
+    } else {
+        applyAnswer(batch, std::get<std::vector<LXOfferResponse>>(outcome));
+    }
+}
+
+void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, const std::vector<LXOfferResponse>& responses) {
+    std::unordered_map<std::size_t, std::vector<std::size_t>> byRoom;
+    for (std::size_t i = 0; i < responses.size(); ++i)
+        byRoom[requestRoomHash(responses[i].offer.room)].push_back(i);
+
+    std::unordered_set<LXRoomDetails> answered;
+    for (const auto& room : batch.roomsDetails) {
+        const LXRoom& wanted = details(room).room;
+        const LXOfferResponse* match = nullptr;
+        if (auto bucket = byRoom.find(requestRoomHash(wanted)); bucket != byRoom.end()) {
+            for (std::size_t i : bucket->second)
+                if (responses[i].offer.room.matches(wanted)) {
+                    match = &responses[i];
+                    break;
+                }
+        }
+        if (match) updateCache(*match);
+        else setErrorState(room);
+        answered.insert(room);
+    }
+    // Every batch holding an answered room goes, whole.
+    std::erase_if(queue_, [&](const LXRequestOffersBatch& queued) {
+        for (const auto& room : queued.roomsDetails)
+            if (answered.contains(room)) return true;
+        return false;
+    });
+    board_.publishIfChanged();
+}
+
+void OfferPipeline::updateCache(const LXOfferResponse& response) {
+    const auto index = board_.indexOfMatching(response.offer.room);
+    if (!index) {
+        logWarn(log_, "Didn't find fermoOffers index to updateCache");
+        return;
+    }
+    board_.setResponse(RoomDetailsAccess::room(board_.offers()[*index]), response);
+    board_.setState(*index, stateFor(response.type));
+}
+
+void OfferPipeline::setErrorState(const LXRoomDetails& room) {
+    const auto index = board_.indexOf(room);
+    if (!index) {
+        logWarn(log_, "Issue finding updateCache index");
+        return;
+    }
+    board_.setState(*index, LXFermoOfferState::error(fetchingError_));
+}
+
+}  // namespace lxhf

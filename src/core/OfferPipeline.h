@@ -1,0 +1,62 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <variant>
+#include <vector>
+
+#include "LXHotelsFermo/LXEnvironmentType.h"
+#include "core/OfferBoard.h"
+#include "core/ServiceApi.h"
+#include "core/SessionSource.h"
+#include "infra/Debouncer.h"
+#include "infra/LoggerSlot.h"
+#include "platform/MainQueue.h"
+
+namespace lxhf {
+
+// Turns rooms into loading entries, batches them by booking and hotel, and
+// after a 0.2 s quiet period fetches one offer request per batch, in turn,
+// writing each room's state back in place. Main context only; its callbacks
+// hold it weakly and do nothing once the engine is gone.
+class OfferPipeline : public std::enable_shared_from_this<OfferPipeline> {
+public:
+    OfferPipeline(OfferBoard& board, SessionSource& sessions, ServiceApi& api, MainQueue& queue,
+                  LoggerSlot& log, const bool& networkConnected);
+
+    void cacheOffers(const std::vector<LXRoomDetails>& rooms);
+    void refresh(LXRefresh type);
+    void queueRooms(const std::vector<LXRoomDetails>& rooms);
+    // The network path became satisfied: fetch what is waiting.
+    void resume();
+
+    const std::vector<LXRequestOffersBatch>& queued() const noexcept { return queue_; }
+
+private:
+    struct NoResult {};
+    using Outcome = std::variant<NoResult, LXErrorInfo, std::vector<LXOfferResponse>>;
+    using Snapshot = std::shared_ptr<const std::vector<LXRequestOffersBatch>>;
+
+    void fetchQueued();
+    void fetchBatch(Snapshot snapshot, std::size_t index);
+    void fetchOffers(LXOfferRequest request, std::function<void(Outcome)> done);
+    void sendOffers(const std::string& url, const std::string& body, const std::string& sessionId,
+                    std::function<void(Outcome)> done);
+    Outcome readAnswer(const HttpResult& result);
+    void handle(const LXRequestOffersBatch& batch, Outcome outcome);
+    void applyAnswer(const LXRequestOffersBatch& batch, const std::vector<LXOfferResponse>& responses);
+    void updateCache(const LXOfferResponse& response);
+    void setErrorState(const LXRoomDetails& room);
+
+    OfferBoard& board_;
+    SessionSource& sessions_;
+    ServiceApi& api_;
+    MainQueue& mainQueue_;
+    LoggerSlot& log_;
+    const bool& networkConnected_;
+    std::vector<LXRequestOffersBatch> queue_;
+    std::unique_ptr<Debouncer> debouncer_;
+    const LXErrorInfo fetchingError_;
+};
+
+}  // namespace lxhf

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "LXHotelsFermo/LXErrorInfo.h"
+#include "LXHotelsFermo/LXResult.h"
+
+namespace lxhf {
+
+using SessionIdResult = LXResult<std::string, LXErrorInfo>;
+
+// What offers and events need from session management.
+class SessionSource {
+public:
+    virtual ~SessionSource() = default;
+    // The live session id, creating a session with the service when needed.
+    virtual void currentSessionId(std::function<void(SessionIdResult)> done) = 0;
+    // The id of the in-memory session, never creating one.
+    virtual std::optional<std::string> inMemorySessionId() const = 0;
+};
+
+}  // namespace lxhf
