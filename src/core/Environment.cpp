@@ -27,9 +27,9 @@ LXEnvironment EndpointOverrides::apply(LXEnvironment environment) const {
         const auto schemeEnd = base.find("://");
         if (schemeEnd != std::string::npos) {
             environment.micrositeScheme = base.substr(0, schemeEnd);
-            std::string host = base.substr(schemeEnd + 3);
-            while (!host.empty() && host.back() == '/') host.pop_back();
-            environment.micrositeHost = host;
+            // Host and port only; the page's path is always our own.
+            const std::string rest = base.substr(schemeEnd + 3);
+            environment.micrositeHost = rest.substr(0, rest.find('/'));
         }
     }
     return environment;
