@@ -127,6 +127,9 @@ gboolean onEarlyFailure(gpointer data) {
 LibsoupHttpClient::LibsoupHttpClient(std::optional<std::filesystem::path> caFile)
     : shared_(std::make_shared<Shared>()) {
     shared_->session = soup_session_new();
+    // The per-request timer is the only clock: the session's own 60 s socket
+    // timeout would cut longer requests short with a different message.
+    soup_session_set_timeout(shared_->session, 0);
     if (!caFile) return;
     std::error_code ignored;
     std::filesystem::path absolute = std::filesystem::absolute(*caFile, ignored);
@@ -203,6 +206,10 @@ void LibsoupHttpClient::send(HttpRequest request, std::function<void(HttpResult)
         soup_message_set_request_body_from_bytes(exchange->message, nullptr, body);
         g_bytes_unref(body);
     }
+    // libsoup opens a fresh connection for every non-idempotent request
+    // unless told otherwise; the service's calls are all POSTs and must share
+    // one kept-alive connection (one TLS handshake).
+    soup_message_add_flags(exchange->message, SOUP_MESSAGE_IDEMPOTENT);
     exchange->networkEventHandler =
         g_signal_connect(exchange->message, "network-event", G_CALLBACK(onNetworkEvent), exchange);
 
