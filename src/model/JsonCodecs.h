@@ -85,7 +85,7 @@ struct Codec<bool> {
 
 // Accepts 1 and 1.0, refuses 1.5, "1" and true.
 template <>
-struct Codec<std::int64_t> {
+struct LXHF_EXPORT Codec<std::int64_t> {
     static constexpr std::string_view name = "Int";
     static Json encode(std::int64_t v, const EncodeContext&) { return v; }
     static std::optional<std::int64_t> decode(const Json& j, DecodeContext& c);
@@ -93,7 +93,7 @@ struct Codec<std::int64_t> {
 
 // Whole values are written without ".0", as Foundation does.
 template <>
-struct Codec<double> {
+struct LXHF_EXPORT Codec<double> {
     static constexpr std::string_view name = "Double";
     static Json encode(double v, const EncodeContext&);
     static std::optional<double> decode(const Json& j, DecodeContext& c) {

@@ -9,9 +9,13 @@
 #include <nlohmann/json.hpp>
 
 #include "LXHotelsFermo/LXDecodingError.h"
+#include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXJSONKeyStyle.h"
 #include "LXHotelsFermo/LXResult.h"
 #include "model/KeyConversion.h"
+
+// Out-of-line pieces carry LXHF_EXPORT so that tests and tools linking the
+// shared library can use the coder too.
 
 namespace lxhf::json {
 
@@ -29,9 +33,9 @@ inline KeyDecoding decodingFor(LXJSONKeyStyle style) {
 
 // Compact text, UTF-8 as it stands, "/" unescaped. Invalid UTF-8 is replaced
 // rather than thrown on, so encoding never fails.
-std::string serialize(const Json& json);
+LXHF_EXPORT std::string serialize(const Json& json);
 // Absent when the text is not JSON.
-std::optional<Json> parse(std::string_view text);
+LXHF_EXPORT std::optional<Json> parse(std::string_view text);
 
 class EncodeContext {
 public:
@@ -45,7 +49,7 @@ private:
 };
 
 // Tracks the coding path and the first failure while a value is decoded.
-class DecodeContext {
+class LXHF_EXPORT DecodeContext {
 public:
     explicit DecodeContext(KeyDecoding keys) : keys_(keys) {}
 
@@ -83,7 +87,7 @@ private:
 
 // The members of one JSON object, looked up by field name under the
 // decoder's key strategy (input keys converted first, as Foundation does).
-class ObjectView {
+class LXHF_EXPORT ObjectView {
 public:
     ObjectView(const Json& object, const DecodeContext& context);
     const Json* find(std::string_view fieldName) const;
@@ -94,7 +98,7 @@ private:
     std::vector<std::pair<std::string, const Json*>> convertedMembers_;
 };
 
-std::string keyNotFoundDescription(std::string_view key);
+LXHF_EXPORT std::string keyNotFoundDescription(std::string_view key);
 
 // Specialised per type in JsonCodecs.h:
 //   static Json encode(const T&, const EncodeContext&);

@@ -10,28 +10,28 @@
 namespace lxhf::json {
 
 template <>
-struct Codec<LXErrorInfo> {
+struct LXHF_EXPORT Codec<LXErrorInfo> {
     static constexpr std::string_view name = "LXErrorInfo";
     static Json encode(const LXErrorInfo& error, const EncodeContext& c);
     static std::optional<LXErrorInfo> decode(const Json& j, DecodeContext& c);
 };
 
 template <>
-struct Codec<LXFermoOfferState> {
+struct LXHF_EXPORT Codec<LXFermoOfferState> {
     static constexpr std::string_view name = "LXFermoOfferState";
     static Json encode(const LXFermoOfferState& state, const EncodeContext& c);
     static std::optional<LXFermoOfferState> decode(const Json& j, DecodeContext& c);
 };
 
 template <>
-struct Codec<LXFermoPurchaseResult> {
+struct LXHF_EXPORT Codec<LXFermoPurchaseResult> {
     static constexpr std::string_view name = "LXFermoPurchaseResult";
     static Json encode(const LXFermoPurchaseResult& result, const EncodeContext& c);
     static std::optional<LXFermoPurchaseResult> decode(const Json& j, DecodeContext& c);
 };
 
 template <>
-struct Codec<LXFermoOffer> {
+struct LXHF_EXPORT Codec<LXFermoOffer> {
     static constexpr std::string_view name = "LXFermoOffer";
     static Json encode(const LXFermoOffer& offer, const EncodeContext& c);
     static std::optional<LXFermoOffer> decode(const Json& j, DecodeContext& c);
