@@ -1,0 +1,51 @@
+#pragma once
+
+// The microsite's script bridge: the script injected into the page, the
+// handler name, and what each message the page posts asks of the web view.
+// Plain logic; the web view turns the page's value into JSON first.
+
+#include <optional>
+#include <string_view>
+
+#include "LXHotelsFermo/LXExport.h"
+#include "LXHotelsFermo/LXFermoOffer.h"
+#include "model/JsonCoder.h"
+#include "presentation/LogLine.h"
+
+namespace lxhf {
+
+inline constexpr std::string_view kBridgeHandlerName = "CorvaneSDKBridge";
+
+// Injected at document start into every frame; used exactly as written.
+inline constexpr std::string_view kBridgeUserScript =
+    "    if (typeof window.CorvaneSDKBridge === 'undefined') {\n"
+    "        window.CorvaneSDKBridge = {\n"
+    "            event: function(eventName, data) {\n"
+    "                if (!data) {\n"
+    "                    data = {};\n"
+    "                }\n"
+    "                window.webkit.messageHandlers.CorvaneSDKBridge.postMessage({eventName: eventName, data: data});\n"
+    "            }\n"
+    "        };\n"
+    "    }";
+
+inline constexpr std::string_view kBridgeMalformedMessage = "error getting userContentController message";
+inline constexpr std::string_view kBridgeUnknownEvent = "Microsite event: unknown";
+inline constexpr std::string_view kBridgeNoErrorMessage = "Unable to access microsite error message";
+
+// What one message asks for, to be carried out in this order: report the
+// result, stop the spinner, dismiss the page, and write the log line.
+struct BridgeAction {
+    std::optional<LXFermoPurchaseResult> result;
+    bool stopSpinner = false;
+    bool dismiss = false;
+    std::optional<LogLine> log;
+};
+
+// `body` is the posted value as JSON; null when it had no JSON form.
+LXHF_EXPORT BridgeAction decodeBridgeMessage(std::string_view handlerName, const json::Json& body);
+
+// One well-formed event. Names compare exactly, case included.
+LXHF_EXPORT BridgeAction bridgeEventAction(std::string_view eventName, const json::Json& data);
+
+}  // namespace lxhf

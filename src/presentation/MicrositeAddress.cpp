@@ -1,0 +1,95 @@
+#include "presentation/MicrositeAddress.h"
+
+#include <exception>
+
+#include <glib.h>
+
+#include "model/SessionRecords.h"
+#include "presentation/QueryBuilder.h"
+
+namespace lxhf {
+
+namespace {
+
+constexpr std::string_view kEscaped = ",\"#%/<>[]?@\\^:`{|}";
+
+LXResult<std::string, MicrositeAddressFailure> failure(LogLine::Level level, std::string message) {
+    return MicrositeAddressFailure{LogLine{level, std::move(message)}};
+}
+
+// The four JSON texts, made with one snake-case encoder, in the order the
+// page expects them.
+struct MicrositeTexts {
+    std::string offer, hotel, extAttributes, featureFlags;
+};
+
+MicrositeTexts encodeTexts(const LXOfferResponse& response, const LXRoomDetailsData& room) {
+    const json::Encoder encoder(json::KeyEncoding::convertToSnakeCase);
+    return {
+        encoder.encode(response),
+        encoder.encode(LXMicrositeHotel{room.hotel.name, room.hotel.address.city}),
+        encoder.encode(room.room.extAttributes),
+        encoder.encode(response.featureFlags),  // "null" when absent
+    };
+}
+
+}  // namespace
+
+std::optional<std::string> escapeForMicrosite(std::string_view text) {
+    if (!g_utf8_validate_len(text.data(), text.size(), nullptr)) return std::nullopt;
+    static constexpr char hex[] = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(text.size());
+    for (char ch : text) {
+        if (kEscaped.find(ch) == std::string_view::npos) {
+            out.push_back(ch);
+            continue;
+        }
+        const auto c = static_cast<unsigned char>(ch);
+        out.push_back('%');
+        out.push_back(hex[c >> 4]);
+        out.push_back(hex[c & 0xF]);
+    }
+    return out;
+}
+
+LXResult<std::string, MicrositeAddressFailure> micrositeAddress(const MicrositeAddressInputs& inputs,
+                                                                const LXRoomDetails& roomDetails) {
+    const auto& response = inputs.offerResponse;
+    // Compared on the raw value, so only exactly "signed_full_offer" passes.
+    if (!response || json::rawValueOf(response->type) != "signed_full_offer")
+        return failure(LogLine::Level::info, std::string(kNotSignedFullOffer));
+
+    const LXRoomDetailsData& room = details(roomDetails);
+    const std::string image = escapeForMicrosite(room.room.imageUrl).value_or(std::string());
+
+    MicrositeTexts texts;
+    try {
+        texts = encodeTexts(*response, room);
+    } catch (const std::exception& e) {
+        return failure(LogLine::Level::warn, std::string(kErrorEncodingMicrositeUrl) + e.what());
+    }
+
+    auto offer = escapeForMicrosite(texts.offer);
+    auto hotel = escapeForMicrosite(texts.hotel);
+    auto extAttributes = escapeForMicrosite(texts.extAttributes);
+    auto featureFlags = escapeForMicrosite(texts.featureFlags);
+    if (!offer || !hotel || !extAttributes || !featureFlags)
+        return failure(LogLine::Level::warn, std::string(kUnableToEncodeMicrositeData));
+
+    QueryBuilder builder(inputs.endpoint.scheme, inputs.endpoint.host, inputs.endpoint.path);
+    builder.add("token", inputs.token)
+        .add("priceInclusive", room.room.priceInclusive)
+        .add("imageUrl", image)
+        .add("hotel", std::move(*hotel))
+        .add("extAttributes", std::move(*extAttributes))
+        .add("sessionId", inputs.sessionId)
+        .add("offer", std::move(*offer))
+        .add("clientRegion", response->clientRegion)
+        .add("featureFlags", std::move(*featureFlags));
+    auto url = builder.url();
+    if (!url) return MicrositeAddressFailure{};
+    return std::move(*url);
+}
+
+}  // namespace lxhf

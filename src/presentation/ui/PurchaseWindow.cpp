@@ -1,0 +1,83 @@
+#include "presentation/ui/PurchaseWindow.h"
+
+#include <utility>
+
+namespace lxhf::ui {
+
+namespace {
+
+struct WindowState {
+    GtkWindow* window = nullptr;
+    bool gone = false;
+    std::function<void()> onClosed;
+};
+
+void windowDestroyed(GtkWidget*, gpointer data) {
+    auto* state = static_cast<std::shared_ptr<WindowState>*>(data);
+    (*state)->gone = true;
+    if (auto onClosed = std::exchange((*state)->onClosed, nullptr)) onClosed();
+}
+
+void freeState(gpointer data, GClosure*) { delete static_cast<std::shared_ptr<WindowState>*>(data); }
+
+// The page asks to go from inside a WebKit signal; the window goes on the
+// next turn of the loop so the web view is not torn down mid-emission.
+std::function<void()> dismissLater(std::shared_ptr<WindowState> state) {
+    return [state = std::move(state)] {
+        g_idle_add_full(
+            G_PRIORITY_DEFAULT_IDLE,
+            [](gpointer data) -> gboolean {
+                auto& s = *static_cast<std::shared_ptr<WindowState>*>(data);
+                if (!s->gone) gtk_window_destroy(s->window);
+                return G_SOURCE_REMOVE;
+            },
+            new std::shared_ptr<WindowState>(state),
+            [](gpointer data) { delete static_cast<std::shared_ptr<WindowState>*>(data); });
+    };
+}
+
+}  // namespace
+
+GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup) {
+    auto* window = GTK_WINDOW(gtk_window_new());
+    if (setup.host) gtk_window_set_transient_for(window, setup.host);
+    gtk_window_set_modal(window, TRUE);
+    gtk_window_set_destroy_with_parent(window, TRUE);
+
+    auto state = std::make_shared<WindowState>();
+    state->window = window;
+    state->onClosed = std::move(setup.onClosed);
+    g_signal_connect_data(window, "destroy", G_CALLBACK(windowDestroyed), new std::shared_ptr<WindowState>(state),
+                          freeState, GConnectFlags(0));
+
+    if (setup.url) {
+        WebViewSetup page;
+        page.purchaseCallback = std::move(setup.purchaseCallback);
+        page.dismiss = dismissLater(state);
+        page.log = std::move(setup.log);
+        page.launcher = std::move(setup.launcher);
+        page.networkSession = setup.networkSession;
+        page.pageOptions = setup.pageOptions;
+        auto& controller = WebViewController::create(*setup.url, std::move(page));
+        gtk_window_set_child(window, controller.widget());
+    } else {
+        gtk_window_set_child(window, gtk_label_new(kUnableToLoadFermo));
+    }
+
+    gtk_window_fullscreen(window);
+    gtk_window_present(window);
+    return window;
+}
+
+}  // namespace lxhf::ui
+
+GtkWindow* LXPurchaseWindow::present(GtkWindow* host, std::optional<std::string> url, LXPurchaseCallback callback,
+                                     std::function<void()> onClosed, LXPurchasePageOptions options) {
+    lxhf::ui::PurchaseWindowSetup setup;
+    setup.host = host;
+    setup.url = std::move(url);
+    setup.purchaseCallback = std::move(callback);
+    setup.onClosed = std::move(onClosed);
+    setup.pageOptions = options;
+    return lxhf::ui::presentPurchaseWindow(std::move(setup));
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <gtk/gtk.h>
+#include <webkit/webkit.h>
+
+#include "LXHotelsFermo/ui/LXPurchaseWindow.h"
+#include "LXHotelsFermo/ui/LXUIExport.h"
+#include "presentation/ui/UriLauncher.h"
+#include "presentation/ui/WebViewController.h"
+
+namespace lxhf::ui {
+
+inline constexpr const char* kUnableToLoadFermo = "Unable to load Fermo";
+
+// Everything the purchase window needs; the public LXPurchaseWindow fills in
+// the defaults, the button wrapper and the tests fill in the rest.
+struct PurchaseWindowSetup {
+    GtkWindow* host = nullptr;
+    std::optional<std::string> url;  // absent: the fallback line instead of the page
+    LXPurchaseCallback purchaseCallback;
+    std::function<void()> onClosed;  // once, when the window is gone
+    LXPurchasePageOptions pageOptions;
+    LogSink log;                                    // empty: systemLogSink()
+    std::shared_ptr<UriLauncher> launcher;          // null: the desktop's browser
+    WebKitNetworkSession* networkSession = nullptr;  // tests only
+};
+
+// A fullscreen window, modal and transient for the host, destroyed with it.
+// Main context only; the window belongs to GTK's list of toplevels.
+LXHF_UI_EXPORT GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup);
+
+}  // namespace lxhf::ui

@@ -1,0 +1,259 @@
+#include "presentation/ui/WebViewController.h"
+
+#include <initializer_list>
+#include <utility>
+#include <vector>
+
+#include "model/ErrorInfo.h"
+#include "platform/GLibSystemLog.h"
+
+namespace lxhf::ui {
+
+namespace {
+
+constexpr const char* kControllerKey = "lxhf-web-view-controller";
+
+// The page's value as JSON; null when it has none (undefined, functions).
+json::Json toJson(JSCValue* value) {
+    char* text = value ? jsc_value_to_json(value, 0) : nullptr;
+    if (!text) return nullptr;
+    auto parsed = json::Json::parse(text, nullptr, /*allow_exceptions=*/false);
+    g_free(text);
+    return parsed.is_discarded() ? json::Json(nullptr) : parsed;
+}
+
+// Holds the controller's widgets for the length of a signal handler: a host
+// callback may close the window, and the controller must outlive its own call.
+class KeepAlive {
+public:
+    explicit KeepAlive(std::initializer_list<gpointer> objects) {
+        for (gpointer o : objects)
+            if (o) held_.push_back(g_object_ref(o));
+    }
+    ~KeepAlive() {
+        for (gpointer o : held_) g_object_unref(o);
+    }
+    KeepAlive(const KeepAlive&) = delete;
+    KeepAlive& operator=(const KeepAlive&) = delete;
+
+private:
+    std::vector<gpointer> held_;
+};
+
+}  // namespace
+
+LogSink systemLogSink() {
+    return [](const LogLine& line) {
+        GLibSystemLog().write(line.level == LogLine::Level::info ? SystemLog::Type::info : SystemLog::Type::error,
+                              line.message);
+    };
+}
+
+// GObject signal entry points; each forwards to the controller it was
+// connected with.
+struct WebViewControllerSignals {
+    static void scriptMessage(WebKitUserContentManager*, JSCValue* value, gpointer self) {
+        auto* controller = static_cast<WebViewController*>(self);
+        KeepAlive alive{controller->overlay_, controller->webView_};
+        controller->receiveScriptMessage(kBridgeHandlerName, toJson(value));
+    }
+
+    // WebKitGTK asks for a web view only when a navigation targets a new
+    // window, so the action never has a target frame here. Returning no view
+    // keeps the page from opening a second one.
+    static GtkWidget* create(WebKitWebView*, WebKitNavigationAction* action, gpointer self) {
+        static_cast<WebViewController*>(self)->openInBrowser(action);
+        return nullptr;
+    }
+
+    static void loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self) {
+        auto* controller = static_cast<WebViewController*>(self);
+        if (event == WEBKIT_LOAD_STARTED && controller->requestTimer_ == 0) {
+            controller->requestTimedOut_ = false;
+            controller->requestTimer_ =
+                g_timeout_add_seconds(WebViewController::kRequestTimeoutSeconds, &requestTimedOut, self);
+        } else if (event != WEBKIT_LOAD_STARTED && event != WEBKIT_LOAD_REDIRECTED && controller->requestTimer_) {
+            g_source_remove(std::exchange(controller->requestTimer_, 0));
+        }
+    }
+
+    static gboolean requestTimedOut(gpointer self) {
+        auto* controller = static_cast<WebViewController*>(self);
+        controller->requestTimer_ = 0;
+        controller->requestTimedOut_ = true;
+        webkit_web_view_stop_loading(controller->webView_);
+        return G_SOURCE_REMOVE;
+    }
+
+    static gboolean loadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError* error, gpointer self) {
+        auto* controller = static_cast<WebViewController*>(self);
+        if (!controller->setup_.pageOptions.reportLoadFailures) return FALSE;
+        KeepAlive alive{controller->overlay_, controller->webView_};
+        if (controller->requestTimedOut_) {
+            controller->reportPageFailure("Unable to load the purchase page: no answer within " +
+                                          std::to_string(WebViewController::kRequestTimeoutSeconds) + " seconds");
+            return FALSE;
+        }
+        // A load replaced by another, or turned into a download, is no failure of the page.
+        if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED) ||
+            g_error_matches(error, WEBKIT_POLICY_ERROR, WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE))
+            return FALSE;
+        controller->reportPageFailure(std::string("Unable to load the purchase page: ") +
+                                      (error ? error->message : "unknown error"));
+        return FALSE;
+    }
+
+    static gboolean readyTimedOut(gpointer self) {
+        auto* controller = static_cast<WebViewController*>(self);
+        controller->readyTimer_ = 0;
+        KeepAlive alive{controller->overlay_, controller->webView_};
+        char* seconds = g_strdup_printf("%g", controller->setup_.pageOptions.readyTimeoutSeconds);
+        controller->reportPageFailure(std::string("The purchase page was not ready within ") + seconds + " seconds");
+        g_free(seconds);
+        return G_SOURCE_REMOVE;
+    }
+
+    // The page is going away: the bridge goes with it, as the page's
+    // disappearance is what ends the purchase flow.
+    static void unmapped(GtkWidget*, gpointer self) { static_cast<WebViewController*>(self)->detachBridge(); }
+    static void destroyed(GtkWidget*, gpointer self) { static_cast<WebViewController*>(self)->release(); }
+    static void destroy(gpointer self) { delete static_cast<WebViewController*>(self); }
+};
+
+WebViewController& WebViewController::create(const std::string& url, WebViewSetup setup) {
+    auto* controller = new WebViewController(url, std::move(setup));
+    g_object_set_data_full(G_OBJECT(controller->overlay_), kControllerKey, controller,
+                           &WebViewControllerSignals::destroy);
+    return *controller;
+}
+
+WebViewController* WebViewController::from(GtkWidget* widget) {
+    return widget ? static_cast<WebViewController*>(g_object_get_data(G_OBJECT(widget), kControllerKey)) : nullptr;
+}
+
+WebViewController::WebViewController(const std::string& url, WebViewSetup setup) : setup_(std::move(setup)) {
+    if (!setup_.log) setup_.log = systemLogSink();
+    if (!setup_.launcher) setup_.launcher = makeDesktopUriLauncher();
+
+    contentManager_ = webkit_user_content_manager_new();
+    const std::string source(kBridgeUserScript);
+    const std::string name(kBridgeHandlerName);
+    WebKitUserScript* script =
+        webkit_user_script_new(source.c_str(), WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
+                               WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, nullptr, nullptr);
+    webkit_user_content_manager_add_script(contentManager_, script);
+    webkit_user_script_unref(script);
+    webkit_user_content_manager_register_script_message_handler(contentManager_, name.c_str(), nullptr);
+    g_signal_connect(contentManager_, ("script-message-received::" + name).c_str(),
+                     G_CALLBACK(&WebViewControllerSignals::scriptMessage), this);
+    bridgeAttached_ = true;
+
+    GObject* view = setup_.networkSession
+                        ? static_cast<GObject*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
+                                                             contentManager_, "network-session",
+                                                             setup_.networkSession, nullptr))
+                        : static_cast<GObject*>(
+                              g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", contentManager_, nullptr));
+    webView_ = WEBKIT_WEB_VIEW(g_object_ref_sink(view));
+    webkit_settings_set_enable_back_forward_navigation_gestures(webkit_web_view_get_settings(webView_), TRUE);
+    gtk_widget_set_hexpand(GTK_WIDGET(webView_), TRUE);
+    gtk_widget_set_vexpand(GTK_WIDGET(webView_), TRUE);
+    g_signal_connect(webView_, "create", G_CALLBACK(&WebViewControllerSignals::create), this);
+    g_signal_connect(webView_, "load-changed", G_CALLBACK(&WebViewControllerSignals::loadChanged), this);
+    g_signal_connect(webView_, "load-failed", G_CALLBACK(&WebViewControllerSignals::loadFailed), this);
+
+    spinner_ = gtk_spinner_new();
+    gtk_widget_set_halign(spinner_, GTK_ALIGN_CENTER);
+    gtk_widget_set_valign(spinner_, GTK_ALIGN_CENTER);
+    gtk_widget_set_size_request(spinner_, 37, 37);  // the large indicator's size
+    gtk_spinner_start(GTK_SPINNER(spinner_));
+
+    overlay_ = gtk_overlay_new();
+    gtk_overlay_set_child(GTK_OVERLAY(overlay_), GTK_WIDGET(webView_));
+    gtk_overlay_add_overlay(GTK_OVERLAY(overlay_), spinner_);
+    g_signal_connect(overlay_, "unmap", G_CALLBACK(&WebViewControllerSignals::unmapped), this);
+    g_signal_connect(overlay_, "destroy", G_CALLBACK(&WebViewControllerSignals::destroyed), this);
+
+    const auto& options = setup_.pageOptions;
+    if (options.reportLoadFailures && options.readyTimeoutSeconds > 0)
+        readyTimer_ = g_timeout_add(static_cast<guint>(options.readyTimeoutSeconds * 1000),
+                                    &WebViewControllerSignals::readyTimedOut, this);
+
+    webkit_web_view_load_uri(webView_, url.c_str());
+}
+
+WebViewController::~WebViewController() { release(); }
+
+bool WebViewController::spinnerSpinning() const {
+    return spinner_ && gtk_widget_get_visible(spinner_) && gtk_spinner_get_spinning(GTK_SPINNER(spinner_));
+}
+
+void WebViewController::receiveScriptMessage(std::string_view handlerName, const json::Json& body) {
+    apply(decodeBridgeMessage(handlerName, body));
+}
+
+void WebViewController::apply(const BridgeAction& action) {
+    if (action.result && setup_.purchaseCallback) setup_.purchaseCallback(*action.result);
+    if (action.stopSpinner) {
+        ready_ = true;
+        if (readyTimer_) g_source_remove(std::exchange(readyTimer_, 0));
+        stopSpinner();
+    }
+    if (action.dismiss) {
+        finished_ = true;
+        cancelTimers();
+        if (setup_.dismiss) setup_.dismiss();
+    }
+    if (action.log) setup_.log(*action.log);
+}
+
+void WebViewController::stopSpinner() {
+    gtk_spinner_stop(GTK_SPINNER(spinner_));
+    gtk_widget_set_visible(spinner_, FALSE);
+}
+
+void WebViewController::reportPageFailure(std::string message) {
+    if (finished_) return;
+    finished_ = true;
+    cancelTimers();
+    if (setup_.purchaseCallback) setup_.purchaseCallback(LXFermoPurchaseResult::error(makeError(std::move(message))));
+    if (setup_.dismiss) setup_.dismiss();
+}
+
+void WebViewController::openInBrowser(WebKitNavigationAction* action) {
+    WebKitURIRequest* request = action ? webkit_navigation_action_get_request(action) : nullptr;
+    const char* uri = request ? webkit_uri_request_get_uri(request) : nullptr;
+    if (!uri || !*uri) return;
+    GtkRoot* root = gtk_widget_get_root(overlay_);
+    setup_.launcher->launch(uri, GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr);
+}
+
+void WebViewController::detachBridge() {
+    if (!bridgeAttached_) return;
+    bridgeAttached_ = false;
+    const std::string name(kBridgeHandlerName);
+    webkit_user_content_manager_remove_all_scripts(contentManager_);
+    webkit_user_content_manager_unregister_script_message_handler(contentManager_, name.c_str(), nullptr);
+    g_signal_handlers_disconnect_by_data(contentManager_, this);
+}
+
+void WebViewController::cancelTimers() {
+    if (requestTimer_) g_source_remove(std::exchange(requestTimer_, 0));
+    if (readyTimer_) g_source_remove(std::exchange(readyTimer_, 0));
+}
+
+void WebViewController::release() {
+    if (released_) return;
+    released_ = true;
+    detachBridge();
+    cancelTimers();
+    if (webView_) {
+        g_signal_handlers_disconnect_by_data(webView_, this);
+        g_object_unref(std::exchange(webView_, nullptr));
+    }
+    if (contentManager_) g_object_unref(std::exchange(contentManager_, nullptr));
+    // The overlay's own handlers go with it: this runs from its "destroy".
+    spinner_ = nullptr;
+}
+
+}  // namespace lxhf::ui

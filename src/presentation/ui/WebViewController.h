@@ -1,0 +1,93 @@
+#pragma once
+
+// The microsite in a web view with a spinner over it, and the script bridge
+// that turns the page's events into purchase results.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <gtk/gtk.h>
+#include <webkit/webkit.h>
+
+#include "LXHotelsFermo/ui/LXPurchaseWindow.h"
+#include "LXHotelsFermo/ui/LXUIExport.h"
+#include "model/JsonCoder.h"
+#include "presentation/BridgeMessage.h"
+#include "presentation/LogLine.h"
+#include "presentation/ui/UriLauncher.h"
+
+namespace lxhf::ui {
+
+using LogSink = std::function<void(const LogLine&)>;
+
+// Writes through the machine's log until the shared logger takes its place.
+LXHF_UI_EXPORT LogSink systemLogSink();
+
+struct WebViewSetup {
+    LXPurchaseCallback purchaseCallback;   // may be empty
+    std::function<void()> dismiss;         // asks the presenter to take the page down; may be empty
+    LogSink log;                           // empty: systemLogSink()
+    std::shared_ptr<UriLauncher> launcher;  // null: the desktop's browser
+    // Tests only: a session that accepts the local service's certificate.
+    // Null: WebKit's default session, with certificate checks on.
+    WebKitNetworkSession* networkSession = nullptr;
+    LXPurchasePageOptions pageOptions;
+};
+
+// Owned by its widget and destroyed with it; main context only. Every signal
+// it connects is disconnected before it goes, so nothing calls into a dead
+// controller.
+class LXHF_UI_EXPORT WebViewController {
+public:
+    // Builds the widget and starts loading `url`. WebKitGTK has no per-request
+    // timeout, so the 60 s request timeout is kept by stopping a load whose
+    // main document has not arrived after 60 s.
+    static WebViewController& create(const std::string& url, WebViewSetup setup);
+    static WebViewController* from(GtkWidget* widget);
+
+    WebViewController(const WebViewController&) = delete;
+    WebViewController& operator=(const WebViewController&) = delete;
+
+    GtkWidget* widget() const { return overlay_; }
+    WebKitWebView* webView() const { return webView_; }
+    WebKitUserContentManager* contentManager() const { return contentManager_; }
+    bool spinnerSpinning() const;
+
+    // The page's message, as the bridge handler receives it.
+    void receiveScriptMessage(std::string_view handlerName, const json::Json& body);
+
+    // Removes the user scripts and the message handler. Runs when the
+    // widget is unmapped or destroyed; harmless to repeat.
+    void detachBridge();
+
+    static constexpr unsigned kRequestTimeoutSeconds = 60;
+
+private:
+    WebViewController(const std::string& url, WebViewSetup setup);
+    ~WebViewController();
+    friend struct WebViewControllerSignals;
+
+    void apply(const BridgeAction& action);
+    void stopSpinner();
+    void reportPageFailure(std::string message);
+    void openInBrowser(WebKitNavigationAction* action);
+    void cancelTimers();
+    void release();
+
+    WebViewSetup setup_;
+    GtkWidget* overlay_ = nullptr;
+    GtkWidget* spinner_ = nullptr;
+    WebKitWebView* webView_ = nullptr;                   // our own reference
+    WebKitUserContentManager* contentManager_ = nullptr;  // our own reference
+    bool bridgeAttached_ = false;
+    bool released_ = false;
+    bool ready_ = false;
+    bool finished_ = false;  // the page was dismissed or reported as failed
+    bool requestTimedOut_ = false;
+    guint requestTimer_ = 0;
+    guint readyTimer_ = 0;
+};
+
+}  // namespace lxhf::ui

@@ -1,0 +1,266 @@
+// The purchase page in a real WebKitGTK view, against the local service's
+// page. Needs a display; `./dev test` provides one with Xvfb.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "FermoTestService.h"
+#include "presentation/ui/PurchaseWindow.h"
+#include "support/MainLoop.h"
+
+namespace lxhf::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+constexpr double kPageTimeout = 30.0;  // the first web process start is slow under Xvfb
+
+class RecordingLauncher final : public ui::UriLauncher {
+public:
+    void launch(const std::string& uri, GtkWindow*) override { uris.push_back(uri); }
+    std::vector<std::string> uris;
+};
+
+std::string describe(const LXFermoPurchaseResult& result) {
+    switch (result.kind()) {
+        case LXFermoPurchaseResult::Kind::purchased: return "purchased";
+        case LXFermoPurchaseResult::Kind::cancelled: return "cancelled";
+        case LXFermoPurchaseResult::Kind::invalid: return "invalid";
+        case LXFermoPurchaseResult::Kind::error: return "error: " + result.errorInfo()->message();
+    }
+    return "?";
+}
+
+// Runs a script in the page and gives back its value as text.
+std::string evaluate(WebKitWebView* view, const std::string& script) {
+    struct Outcome {
+        bool done = false;
+        std::string text;
+    };
+    auto outcome = std::make_shared<Outcome>();
+    webkit_web_view_evaluate_javascript(
+        view, script.c_str(), -1, nullptr, nullptr, nullptr,
+        [](GObject* source, GAsyncResult* result, gpointer data) {
+            std::unique_ptr<std::shared_ptr<Outcome>> out(static_cast<std::shared_ptr<Outcome>*>(data));
+            GError* error = nullptr;
+            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error);
+            if (value) {
+                char* text = jsc_value_to_string(value);
+                (*out)->text = text;
+                g_free(text);
+                g_object_unref(value);
+            } else {
+                (*out)->text = std::string("(script failed: ") + error->message + ")";
+                g_error_free(error);
+            }
+            (*out)->done = true;
+        },
+        new std::shared_ptr<Outcome>(outcome));
+    EXPECT_TRUE(runMainLoopUntil([&] { return outcome->done; }, kPageTimeout));
+    return outcome->text;
+}
+
+class PurchasePage : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        hasDisplay = gtk_init_check();
+        if (!hasDisplay) return;
+        service = new testing::FermoTestService();
+        std::string error;
+        if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
+    }
+    static void TearDownTestSuite() {
+        delete service;
+        service = nullptr;
+    }
+
+    void SetUp() override {
+        if (!hasDisplay) GTEST_SKIP() << "no display";
+        // The service's certificate is made at start; only tests accept it.
+        session = webkit_network_session_new_ephemeral();
+        webkit_network_session_set_tls_errors_policy(session, WEBKIT_TLS_ERRORS_POLICY_IGNORE);
+        host = GTK_WINDOW(gtk_window_new());
+        gtk_window_present(host);
+    }
+
+    void TearDown() override {
+        if (!hasDisplay) return;
+        if (window && !closed) gtk_window_destroy(window);
+        gtk_window_destroy(host);
+        runMainLoopFor(0.1);
+        g_object_unref(session);
+    }
+
+    void open(const std::optional<std::string>& script, LXPurchasePageOptions options = {}) {
+        ui::PurchaseWindowSetup setup;
+        setup.host = host;
+        if (script) setup.url = service->micrositeBase() + "?lxtest=" + *script;
+        setup.purchaseCallback = [this](const LXFermoPurchaseResult& r) { results.push_back(describe(r)); };
+        setup.onClosed = [this] { closed = true; };
+        setup.log = [this](const LogLine& line) { logs.push_back(line); };
+        setup.launcher = launcher;
+        setup.networkSession = session;
+        setup.pageOptions = options;
+        closed = false;
+        results.clear();
+        logs.clear();
+        window = ui::presentPurchaseWindow(std::move(setup));
+    }
+
+    ui::WebViewController& page() { return *ui::WebViewController::from(gtk_window_get_child(window)); }
+    bool waitUntilReady() {
+        return runMainLoopUntil([&] { return !page().spinnerSpinning(); }, kPageTimeout);
+    }
+    bool waitUntilClosed() { return runMainLoopUntil([&] { return closed; }, kPageTimeout); }
+
+    static inline bool hasDisplay = false;
+    static inline testing::FermoTestService* service = nullptr;
+
+    WebKitNetworkSession* session = nullptr;
+    GtkWindow* host = nullptr;
+    GtkWindow* window = nullptr;
+    std::shared_ptr<RecordingLauncher> launcher = std::make_shared<RecordingLauncher>();
+    bool closed = false;
+    std::vector<std::string> results;
+    std::vector<LogLine> logs;
+};
+
+TEST_F(PurchasePage, ReadyStopsTheSpinnerAndKeepsThePageUp) {
+    open("ready");
+    EXPECT_TRUE(page().spinnerSpinning());
+    ASSERT_TRUE(waitUntilReady());
+    runMainLoopFor(0.3);
+    EXPECT_FALSE(closed);
+    EXPECT_THAT(results, IsEmpty());
+    EXPECT_THAT(logs, IsEmpty());
+    EXPECT_EQ(gtk_window_get_transient_for(window), host);
+}
+
+TEST_F(PurchasePage, PurchaseThenCloseArriveInOrderAndDismiss) {
+    open("purchase");
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_THAT(results, ElementsAre("purchased", "cancelled"));
+    EXPECT_THAT(logs, IsEmpty());
+}
+
+TEST_F(PurchasePage, CloseAndErrorDismissWithTheirResults) {
+    open("close");
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_THAT(results, ElementsAre("cancelled"));
+
+    open("error");
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_THAT(results, ElementsAre("error: Card declined"));
+
+    open("error-nomessage");
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_THAT(results, ElementsAre("error: Unable to access microsite error message"));
+}
+
+TEST_F(PurchasePage, MessagesThatAreNotEventsAreOnlyLogged) {
+    open("ready");
+    ASSERT_TRUE(waitUntilReady());
+    evaluate(page().webView(),
+             "window.webkit.messageHandlers.CorvaneSDKBridge.postMessage('close');"
+             "window.webkit.messageHandlers.CorvaneSDKBridge.postMessage({eventName: 'close'});"
+             "window.CorvaneSDKBridge.event('Close'); 0");
+    ASSERT_TRUE(runMainLoopUntil([&] { return logs.size() >= 3; }, kPageTimeout));
+    runMainLoopFor(0.2);
+    const LogLine malformed{LogLine::Level::error, "error getting userContentController message"};
+    EXPECT_THAT(logs, ElementsAre(malformed, malformed, LogLine{LogLine::Level::warn, "Microsite event: unknown"}));
+    EXPECT_THAT(results, IsEmpty());
+    EXPECT_FALSE(closed);
+}
+
+TEST_F(PurchasePage, NewWindowLinksGoToTheLauncher) {
+    open("newwindow");
+    // The page follows its link from script, which WebKit treats as a pop-up.
+    webkit_settings_set_javascript_can_open_windows_automatically(webkit_web_view_get_settings(page().webView()),
+                                                                  TRUE);
+    ASSERT_TRUE(runMainLoopUntil([&] { return !launcher->uris.empty(); }, kPageTimeout));
+    EXPECT_THAT(launcher->uris, ElementsAre(service->baseUrl() + "/cloud/hotels/terms"));
+    EXPECT_STREQ(webkit_web_view_get_uri(page().webView()), (service->micrositeBase() + "?lxtest=newwindow").c_str());
+    EXPECT_THAT(results, IsEmpty());
+    EXPECT_FALSE(closed);
+}
+
+TEST_F(PurchasePage, LoadFailureKeepsTheSpinnerByDefault) {
+    open("fail");
+    bool failed = false;
+    g_signal_connect(page().webView(), "load-failed",
+                     G_CALLBACK(+[](WebKitWebView*, WebKitLoadEvent, char*, GError*, gpointer flag) -> gboolean {
+                         *static_cast<bool*>(flag) = true;
+                         return FALSE;
+                     }),
+                     &failed);
+    ASSERT_TRUE(runMainLoopUntil([&] { return failed; }, kPageTimeout));
+    runMainLoopFor(0.3);
+    EXPECT_TRUE(page().spinnerSpinning());
+    EXPECT_THAT(results, IsEmpty());
+    EXPECT_FALSE(closed);
+    g_signal_handlers_disconnect_by_data(page().webView(), &failed);
+}
+
+TEST_F(PurchasePage, LoadFailureIsAnErrorWhenAskedFor) {
+    open("fail", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+    ASSERT_TRUE(waitUntilClosed());
+    ASSERT_EQ(results.size(), 1u);
+    EXPECT_THAT(results[0], StartsWith("error: Unable to load the purchase page: "));
+}
+
+TEST_F(PurchasePage, ASilentPageIsAnErrorAfterTheReadyDeadline) {
+    open("never-ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 1.5});
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_THAT(results, ElementsAre("error: The purchase page was not ready within 1.5 seconds"));
+
+    open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 1.5});
+    ASSERT_TRUE(waitUntilReady());
+    runMainLoopFor(2.0);
+    EXPECT_FALSE(closed);
+    EXPECT_THAT(results, IsEmpty());
+}
+
+TEST_F(PurchasePage, ClosingTheWindowRemovesTheBridge) {
+    open("ready");
+    ASSERT_TRUE(waitUntilReady());
+    EXPECT_EQ(evaluate(page().webView(), "typeof window.CorvaneSDKBridge"), "object");
+    auto* manager = WEBKIT_USER_CONTENT_MANAGER(g_object_ref(page().contentManager()));
+
+    gtk_window_close(window);  // as a user would
+    ASSERT_TRUE(waitUntilClosed());
+
+    // Registering succeeds only when no handler of that name is left.
+    EXPECT_TRUE(webkit_user_content_manager_register_script_message_handler(manager, "CorvaneSDKBridge", nullptr));
+    webkit_user_content_manager_unregister_script_message_handler(manager, "CorvaneSDKBridge", nullptr);
+
+    // A fresh page on the same manager gets no bridge script.
+    auto* view = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager,
+                                              "network-session", session, nullptr));
+    GtkWindow* other = GTK_WINDOW(gtk_window_new());
+    gtk_window_set_child(other, GTK_WIDGET(view));
+    gtk_window_present(other);
+    webkit_web_view_load_uri(view, (service->micrositeBase() + "?lxtest=never-ready").c_str());
+    ASSERT_TRUE(runMainLoopUntil([&] { return !webkit_web_view_is_loading(view); }, kPageTimeout));
+    EXPECT_EQ(evaluate(view, "typeof window.CorvaneSDKBridge"), "undefined");
+    gtk_window_destroy(other);
+    g_object_unref(manager);
+    EXPECT_THAT(results, IsEmpty());
+}
+
+TEST_F(PurchasePage, NoAddressShowsTheFallbackLine) {
+    open(std::nullopt);
+    GtkWidget* child = gtk_window_get_child(window);
+    ASSERT_TRUE(GTK_IS_LABEL(child));
+    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(child)), "Unable to load Fermo");
+    EXPECT_EQ(gtk_window_get_transient_for(window), host);
+    EXPECT_EQ(ui::WebViewController::from(child), nullptr);
+}
+
+}  // namespace
+}  // namespace lxhf::test
