@@ -208,6 +208,7 @@ void WebViewController::apply(const BridgeAction& action) {
 }
 
 void WebViewController::stopSpinner() {
+    if (!spinner_) return;  // the host's callback may already have closed the page
     gtk_spinner_stop(GTK_SPINNER(spinner_));
     gtk_widget_set_visible(spinner_, FALSE);
 }
