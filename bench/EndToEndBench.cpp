@@ -1,0 +1,189 @@
+// From cacheOffers of 100 rooms in 10 hotels to every room available, against
+// the local HTTPS service on its own thread, with the real GLib queue and the
+// libsoup client. The reported time is the library's own share: the total
+// less the 0.2 s debounce and less a bare replay of the same HTTP exchanges
+// (one fresh client: the session call with its TLS handshake, then the ten
+// offer calls in turn), which stands for the service's own time.
+
+#include <benchmark/benchmark.h>
+
+#include <glib.h>
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+
+#include "BenchRooms.h"
+#include "FermoTestService.h"
+#include "platform/CacheDirectory.h"
+#include "platform/GLibMainQueue.h"
+#include "platform/LibsoupHttpClient.h"
+
+namespace lxhf::bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr int kRooms = 100;
+constexpr double kDebounce = 0.2;
+constexpr double kTimeoutSeconds = 20.0;
+
+testing::FermoTestService& service() {
+    static testing::FermoTestService* running = [] {
+        auto* s = new testing::FermoTestService();
+        std::string error;
+        if (!s->startOnOwnThread(&error)) benchFailure("the test service did not start: " + error);
+        return s;
+    }();
+    return *running;
+}
+
+// CPU time of this thread, which runs the library, libsoup and its TLS.
+double threadCpuSeconds() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
+}
+
+template <class Done>
+void iterateUntil(Done done) {
+    const auto limit = Clock::now() + std::chrono::duration<double>(kTimeoutSeconds);
+    while (!done()) {
+        if (Clock::now() > limit) benchFailure("timed out waiting on the main context");
+        g_main_context_iteration(nullptr, TRUE);
+    }
+}
+
+struct LibraryRun {
+    double seconds = 0;
+    int tlsHandshakes = 0;
+    double storeWriteSeconds = 0;
+    double cpuSeconds = 0;
+    double firstCallSeconds = 0;
+};
+
+struct Replay {
+    double seconds = 0;
+    double cpuSeconds = 0;
+};
+
+// What saving the session file costs on this disk: the library writes it on
+// the main context between the session answer and the first offer request.
+double timeStoreWrite(const std::filesystem::path& dir) {
+    const auto file = dir / "sessionStore.cache";
+    auto saved = readWholeFile(file);
+    const std::string text = saved ? saved.value() : std::string(300, 'x');
+    const auto start = Clock::now();
+    if (writeWholeFileAtomically(dir / "timing.cache", text)) benchFailure("could not write the store copy");
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+LibraryRun runLibrary(const std::vector<LXRoomDetails>& rooms) {
+    auto& svc = service();
+    test::TempDir cache;
+    LibsoupHttpClient* client = nullptr;
+    FacadeParts parts = systemParts();
+    parts.makeHttp = [&client](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
+        auto made = std::make_shared<LibsoupHttpClient>(std::filesystem::path(*o.caFile));
+        client = made.get();
+        return made;
+    };
+    // Reachability is not what is measured here.
+    parts.makeMonitor = [](const LXEnvironment&) -> std::unique_ptr<NetworkMonitor> {
+        return std::make_unique<test::ManualNetworkMonitor>(true);
+    };
+    auto sdk = FacadeAccess::make(std::move(parts));
+    FacadeAccess::setOverrides(*sdk, EndpointOverrides{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(),
+                                                       svc.caFile(), cache.path().string()});
+    sdk->configure("bench-token", LXEnvironmentType::staging);
+
+    bool settled = false;
+    Clock::time_point end;
+    auto subscription = sdk->subscribeFermoOffers([&](const LXHotelsFermoSDK::Offers& offers) {
+        if (settled || offers.size() != rooms.size()) return;
+        if (std::all_of(offers.begin(), offers.end(), [](const LXFermoOffer& o) {
+                return o.state.kind() == LXFermoOfferState::Kind::available;
+            })) {
+            settled = true;
+            end = Clock::now();
+        }
+    });
+    const double cpuStart = threadCpuSeconds();
+    const auto start = Clock::now();
+    sdk->cacheOffers(rooms);
+    const auto firstCallEnd = Clock::now();
+    iterateUntil([&] { return settled; });
+    const double cpu = threadCpuSeconds() - cpuStart;
+    LibraryRun run{std::chrono::duration<double>(end - start).count(), client ? client->tlsHandshakeCount() : 0,
+                   timeStoreWrite(cache.path()), cpu, std::chrono::duration<double>(firstCallEnd - start).count()};
+    subscription = {};
+    sdk.reset();
+    return run;
+}
+
+// The same requests the library just made, sent one after another by a
+// fresh client of the same kind (made inside the timing, as the library
+// makes its own on the first call).
+Replay replayBare(const std::vector<testing::RecordedRequest>& recorded) {
+    auto& svc = service();
+    const double cpuStart = threadCpuSeconds();
+    const auto start = Clock::now();
+    LibsoupHttpClient client{std::filesystem::path(svc.caFile())};
+    for (const auto& r : recorded) {
+        HttpRequest request;
+        request.method = r.method;
+        request.url = svc.baseUrl() + r.path;
+        request.body = r.body;
+        for (const char* name : {"Authorization", "LX-Session-ID"})
+            if (auto value = r.header(name)) request.headers.emplace_back(name, *value);
+        bool done = false;
+        client.send(std::move(request), [&](HttpResult result) {
+            if (!result || result.value().status >= 300) benchFailure("the bare replay was refused");
+            done = true;
+        });
+        iterateUntil([&] { return done; });
+    }
+    return {std::chrono::duration<double>(Clock::now() - start).count(), threadCpuSeconds() - cpuStart};
+}
+
+void BM_EndToEnd100Rooms(benchmark::State& state) {
+    const auto rooms = benchRooms(kRooms);
+    double total = 0, bare = 0, sessions = 0, offers = 0, intake = 0, handshakes = 0, storeWrite = 0, cpu = 0,
+           bareCpu = 0, firstCall = 0;
+    for (auto _ : state) {
+        auto& svc = service();
+        svc.clear();
+        const LibraryRun run = runLibrary(rooms);
+        std::vector<testing::RecordedRequest> exchanges = svc.requests("sessions");
+        for (auto& r : svc.requests("fermo_offers")) exchanges.push_back(std::move(r));
+        sessions += svc.count("sessions");
+        offers += svc.count("fermo_offers");
+        intake += svc.count("/api/v2/logs");
+        handshakes += run.tlsHandshakes;
+        storeWrite += run.storeWriteSeconds;
+        firstCall += run.firstCallSeconds;
+        const Replay replay = replayBare(exchanges);
+        total += run.seconds;
+        bare += replay.seconds;
+        cpu += run.cpuSeconds;
+        bareCpu += replay.cpuSeconds;
+        // Noise can push a single run below zero; the mean stays honest.
+        state.SetIterationTime(std::max(1e-9, run.seconds - kDebounce - replay.seconds));
+    }
+    using benchmark::Counter;
+    const double n = double(state.iterations());
+    state.counters["total_ms"] = 1e3 * total / n;
+    state.counters["bare_http_ms"] = 1e3 * bare / n;
+    state.counters["overhead_ms"] = 1e3 * (total - n * kDebounce - bare) / n;
+    state.counters["overhead_cpu_ms"] = 1e3 * (cpu - bareCpu) / n;
+    state.counters["first_call_ms"] = 1e3 * firstCall / n;
+    state.counters["intake_calls"] = intake / n;
+    state.counters["store_write_ms"] = 1e3 * storeWrite / n;
+    state.counters["session_calls"] = sessions / n;
+    state.counters["offers_calls"] = offers / n;
+    state.counters["tls_handshakes"] = handshakes / n;
+}
+
+BENCHMARK(BM_EndToEnd100Rooms)->UseManualTime()->Iterations(10)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace lxhf::bench
