@@ -4,7 +4,6 @@
 #include <optional>
 #include <string>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXResult.h"
 
 namespace lxhf {
@@ -21,17 +20,17 @@ struct FileError {
     std::string description;
 };
 
-LXHF_EXPORT LXResult<std::string, FileError> readWholeFile(const std::filesystem::path& file);
+LXResult<std::string, FileError> readWholeFile(const std::filesystem::path& file);
 // Writes a temporary file beside `file`, then renames it over `file`, so a
 // crash never leaves a torn file behind. Empty on success.
-LXHF_EXPORT std::optional<FileError> writeWholeFileAtomically(const std::filesystem::path& file, std::string_view data);
+std::optional<FileError> writeWholeFileAtomically(const std::filesystem::path& file, std::string_view data);
 
 // The two halves of writeWholeFileAtomically, apart so a test can stop
 // between them as a crash would. The temporary file's name starts with "."
 // and ends in ".tmp" plus a random part; readers never look at it.
-LXHF_EXPORT LXResult<std::filesystem::path, FileError> writeTemporaryFileBeside(const std::filesystem::path& file,
-                                                                                std::string_view data);
-LXHF_EXPORT std::optional<FileError> replaceWithTemporaryFile(const std::filesystem::path& temporary,
-                                                              const std::filesystem::path& file);
+LXResult<std::filesystem::path, FileError> writeTemporaryFileBeside(const std::filesystem::path& file,
+                                                                    std::string_view data);
+std::optional<FileError> replaceWithTemporaryFile(const std::filesystem::path& temporary,
+                                                  const std::filesystem::path& file);
 
 }  // namespace lxhf

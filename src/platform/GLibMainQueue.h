@@ -7,14 +7,13 @@
 #include <memory>
 #include <utility>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "platform/MainQueue.h"
 
 namespace lxhf {
 
 // Runs work on the GMainContext that was thread-default at construction; used
 // on that context's thread only. Destroying the queue cancels all pending work.
-class LXHF_EXPORT GLibMainQueue final : public MainQueue {
+class GLibMainQueue final : public MainQueue {
 public:
     GLibMainQueue();
     explicit GLibMainQueue(GMainContext* context);

@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXResult.h"
 #include "platform/MainQueue.h"
 
@@ -29,7 +28,7 @@ struct HttpResponse {
     std::string body;
 
     // Header names compare case-insensitively; the first match wins.
-    LXHF_EXPORT std::optional<std::string> header(std::string_view name) const;
+    std::optional<std::string> header(std::string_view name) const;
 };
 
 // The request never reached an answer: refused, dropped, timed out, bad TLS.

@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "platform/HttpClient.h"
 
 typedef struct _SoupSession SoupSession;
@@ -16,7 +15,7 @@ namespace lxhf {
 // Owns one SoupSession (connections are kept alive and reused). Used on the
 // thread whose thread-default main context runs it; answers arrive there.
 // Destroying the client cancels what is in flight and no `done` runs after.
-class LXHF_EXPORT LibsoupHttpClient final : public HttpClient {
+class LibsoupHttpClient final : public HttpClient {
 public:
     // With a CA file, certificates are checked against it instead of the
     // system store; verification is never switched off.

@@ -2,13 +2,12 @@
 
 #include <string>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "platform/DeviceInfo.h"
 
 namespace lxhf {
 
 // This machine as the service sees it. Immutable after construction; any thread.
-class LXHF_EXPORT SystemDeviceInfo final : public DeviceInfo {
+class SystemDeviceInfo final : public DeviceInfo {
 public:
     // Desktops are not tablets unless the host says so.
     explicit SystemDeviceInfo(bool isTablet = false);

@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "platform/MainQueue.h"
 #include "platform/NetworkMonitor.h"
 
@@ -13,7 +12,7 @@ namespace lxhf {
 
 // Watches GNetworkMonitor; reports on `queue`, which must outlive it. Main
 // context only. After destruction no report is delivered.
-class LXHF_EXPORT SystemNetworkMonitor final : public NetworkMonitor {
+class SystemNetworkMonitor final : public NetworkMonitor {
 public:
     // The path counts as satisfied when the network is available or the API
     // host can be reached: a loopback-only namespace has no "network" yet a

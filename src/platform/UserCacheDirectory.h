@@ -3,14 +3,13 @@
 #include <filesystem>
 #include <optional>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "platform/CacheDirectory.h"
 
 namespace lxhf {
 
 // The library's directory under the user's cache directory, or one the host
 // chose. Immutable; usable from any thread. Made on first use.
-class LXHF_EXPORT UserCacheDirectory final : public CacheDirectory {
+class UserCacheDirectory final : public CacheDirectory {
 public:
     UserCacheDirectory();  // g_get_user_cache_dir()/LXHotelsFermo
     explicit UserCacheDirectory(std::filesystem::path directory);
