@@ -164,7 +164,8 @@ OfferPipeline::Outcome OfferPipeline::readAnswer(const HttpResult& result) {
     auto responses = std::move(decoded).value();
     for (auto& r : responses) {
         r.clientRegion = region;
-        r.featureFlags = flags ? std::optional<FeatureFlags>(*flags) : std::nullopt;
+        // A missing or unreadable header still gives every response a map, empty.
+        r.featureFlags = flags.value_or(FeatureFlags{});
     }
     return responses;
 }

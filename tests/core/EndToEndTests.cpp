@@ -1,0 +1,276 @@
+// The core with its real GLib and libsoup services against the local HTTPS
+// service: batching, signed offers, failures, the session's life and logs.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "CoreTestSupport.h"
+#include "support/MainLoop.h"
+#include "testservice/FermoTestService.h"
+
+namespace lxhf::test {
+namespace {
+
+using lxhf::testing::FermoTestService;
+using lxhf::testing::Fault;
+using lxhf::testing::Outcome;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr double kPatience = 20.0;  // generous: only a wedged run waits this long
+
+std::string readFile(const std::filesystem::path& file) {
+    auto text = readWholeFile(file);
+    return text ? text.value() : "<unreadable>";
+}
+
+class CoreAgainstService : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string error;
+        ASSERT_TRUE(service.start(&error)) << error;
+    }
+
+    std::unique_ptr<LXHotelsFermoSDK> makeSdk(std::shared_ptr<Clock> clock = nullptr) {
+        FacadeParts parts = systemParts();
+        if (clock) parts.clock = std::move(clock);
+        parts.overrides.apiBase = service.apiBase();
+        parts.overrides.micrositeBase = service.micrositeBase();
+        parts.overrides.caFile = service.caFile();
+        parts.overrides.intakeUrl = service.intakeUrl();
+        parts.overrides.cacheDirectory = dir.path().string();
+        auto sdk = FacadeAccess::make(std::move(parts));
+        sdk->configure("partner-token", LXEnvironmentType::staging);
+        return sdk;
+    }
+
+    static bool settled(const LXHotelsFermoSDK& sdk) {
+        const auto kinds = states(sdk);
+        return std::none_of(kinds.begin(), kinds.end(), [](State s) { return s == State::loading; });
+    }
+    void settle(const LXHotelsFermoSDK& sdk) {
+        ASSERT_TRUE(runMainLoopUntil([&] { return settled(sdk); }, kPatience)) << ::testing::PrintToString(states(sdk));
+    }
+
+    int logsSaying(const std::string& message) const {
+        const auto logs = service.logs();
+        return int(std::count_if(logs.begin(), logs.end(), [&](const auto& r) { return r.value("message", "") == message; }));
+    }
+    void awaitLog(const std::string& message, int times = 1) {
+        ASSERT_TRUE(runMainLoopUntil([&] { return logsSaying(message) >= times; }, kPatience)) << message;
+    }
+
+    std::string storeFile() const { return readFile(dir / "sessionStore.cache"); }
+
+    FermoTestService service;
+    TempDir dir;
+};
+
+TEST_F(CoreAgainstService, RoomsAcrossHotelsGetOneSignedRequestPerBookingAndHotel) {
+    service.setClientRegion("EU");
+    service.setExperiments(R"({"bigButton":true})");
+    auto sdk = makeSdk();
+    const std::vector<LXRoomDetails> rooms = {makeRoom("A1", "hotel-a"), makeRoom("B1", "hotel-b"),
+                                              makeRoom("A2", "hotel-a"), makeRoom("C1", "hotel-c"),
+                                              makeRoom("A3", "hotel-a", "2024-07-01"), makeRoom("C2", "hotel-c")};
+    sdk->cacheOffers(rooms);
+    settle(*sdk);
+
+    EXPECT_THAT(states(*sdk), ::testing::Each(State::available));
+    EXPECT_EQ(service.count("sessions"), 1);
+    ASSERT_EQ(service.count("fermo_offers"), 4);
+    std::vector<std::vector<std::string>> batches;
+    for (const auto& request : service.requests("fermo_offers")) {
+        std::vector<std::string> ids;
+        const auto body = request.json();
+        for (const auto& room : body["rooms"]) ids.push_back(room["id"]);
+        batches.push_back(ids);
+        EXPECT_EQ(request.header("LX-Session-ID"), service.sessionIds().at(0));
+    }
+    EXPECT_THAT(batches, ElementsAre(ElementsAre("A1", "A2"), ElementsAre("B1"), ElementsAre("C1", "C2"),
+                                     ElementsAre("A3")));
+
+    const auto& board = FacadeAccess::board(*sdk);
+    ASSERT_EQ(board.responses().size(), rooms.size());
+    const json::Encoder snakeCase(json::KeyEncoding::convertToSnakeCase);
+    for (const auto& room : rooms) {
+        const LXOfferResponse* response = board.response(room);
+        ASSERT_NE(response, nullptr) << roomId(room);
+        EXPECT_EQ(response->offer.roomId, roomId(room));
+        EXPECT_EQ(response->clientRegion, "EU");
+        ASSERT_TRUE(response->featureFlags.has_value());
+        EXPECT_EQ(response->featureFlags->at("bigButton"), CodableValue{true});
+        // The signature covers the offer and type as the service sent them.
+        EXPECT_TRUE(service.verifySignature(nlohmann::json::parse(snakeCase.encode(*response)))) << roomId(room);
+    }
+    EXPECT_THAT(service.rejected(), IsEmpty());
+}
+
+TEST_F(CoreAgainstService, UnavailableOmittedAndUndecodableAnswers) {
+    service.setRoomOutcome("A2", Outcome::baseOffer);
+    service.setRoomOutcome("A3", Outcome::unavailable);
+    service.setRoomOutcome("A4", Outcome::omitted);
+    service.setRoomOutcome("B1", Outcome::malformed);
+    auto sdk = makeSdk();
+    sdk->cacheOffers({makeRoom("A1", "hotel-a"), makeRoom("A2", "hotel-a"), makeRoom("A3", "hotel-a"),
+                      makeRoom("A4", "hotel-a"), makeRoom("B1", "hotel-b"), makeRoom("B2", "hotel-b")});
+    awaitLog("No offers fetched");  // B's answer cannot be read
+
+    ASSERT_THAT(states(*sdk), ElementsAre(State::available, State::unavailable, State::unavailable, State::error,
+                                          State::loading, State::loading));
+    EXPECT_EQ(sdk->fermoOffers()[3].state.errorInfo()->message(), "Error fetching offer");
+    EXPECT_EQ(FacadeAccess::board(*sdk).responses().size(), 3u);
+    ASSERT_EQ(FacadeAccess::engine(*sdk).offers().queued().size(), 1u);
+    EXPECT_EQ(FacadeAccess::engine(*sdk).offers().queued()[0].hotel.id, "hotel-b");
+    EXPECT_THAT(service.rejected(), IsEmpty());
+}
+
+TEST_F(CoreAgainstService, AStatusFaultLeavesRoomsLoadingUntilARefreshAll) {
+    Fault ok200;
+    ok200.status = 200;
+    service.setFault("fermo_offers", ok200);
+    auto sdk = makeSdk();
+    sdk->cacheOffers({makeRoom("A1", "hotel-a"), makeRoom("B1", "hotel-b")});
+    awaitLog("fetchOffers error message: fetchOffers statusCode error\ncode: 200", 2);
+    EXPECT_THAT(states(*sdk), ElementsAre(State::loading, State::loading));
+    EXPECT_EQ(FacadeAccess::engine(*sdk).offers().queued().size(), 2u);
+
+    service.clearFaults();
+    sdk->refreshCachedOffers(LXRefresh::all);
+    settle(*sdk);
+    EXPECT_THAT(states(*sdk), ElementsAre(State::available, State::available));
+    EXPECT_EQ(service.count("fermo_offers"), 4);
+    EXPECT_EQ(service.count("sessions"), 1);
+}
+
+TEST_F(CoreAgainstService, OneSessionServesManyCallsAndTheNextLaunchUntilTermination) {
+    {
+        auto sdk = makeSdk();
+        sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+        settle(*sdk);
+        sdk->cacheOffers({makeRoom("B1", "hotel-b")});
+        settle(*sdk);
+        sdk->refreshCachedOffers(LXRefresh::all);
+        settle(*sdk);
+    }
+    ASSERT_EQ(service.sessionIds().size(), 1u);
+    const std::string id = service.sessionIds()[0];
+    EXPECT_EQ(service.count("sessions"), 1);
+    EXPECT_EQ(service.count("fermo_offers"), 4);
+    EXPECT_THAT(storeFile(), ::testing::HasSubstr(id));
+
+    auto next = makeSdk();  // a new launch: the stored session comes back
+    next->cacheOffers({makeRoom("C1", "hotel-c")});
+    settle(*next);
+    EXPECT_THAT(states(*next), ElementsAre(State::available));
+    EXPECT_EQ(service.count("sessions"), 1);
+    EXPECT_EQ(service.requests("fermo_offers").back().header("LX-Session-ID"), id);
+
+    ASSERT_NE(FacadeAccess::log(*next).get(), nullptr);
+    next->applicationWillTerminate();
+    EXPECT_EQ(storeFile(), "[]");
+    EXPECT_EQ(FacadeAccess::log(*next).get(), nullptr);
+    auto afterTermination = makeSdk();
+    afterTermination->cacheOffers({makeRoom("A1", "hotel-a")});
+    settle(*afterTermination);
+    EXPECT_EQ(service.count("sessions"), 2);
+    EXPECT_NE(service.requests("fermo_offers").back().header("LX-Session-ID"), id);
+    EXPECT_THAT(service.rejected(), IsEmpty());
+}
+
+TEST_F(CoreAgainstService, AStoredSessionLastsFourteenDays) {
+    auto clock = std::make_shared<FakeClock>();
+    {
+        auto sdk = makeSdk(clock);
+        sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+        settle(*sdk);
+    }
+    clock->advance(Seconds{13 * 86400.0});
+    {
+        auto sdk = makeSdk(clock);
+        sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+        settle(*sdk);
+        EXPECT_EQ(service.count("sessions"), 1);
+        // A running engine keeps its in-memory session past the stored expiry.
+        clock->advance(Seconds{2 * 86400.0});
+        sdk->cacheOffers({makeRoom("B1", "hotel-b")});
+        settle(*sdk);
+        EXPECT_EQ(service.count("sessions"), 1);
+    }
+    auto late = makeSdk(clock);  // 15 days after creation
+    late->cacheOffers({makeRoom("A1", "hotel-a")});
+    settle(*late);
+    EXPECT_EQ(service.count("sessions"), 2);
+    EXPECT_EQ(service.sessionIds().size(), 2u);
+    EXPECT_THAT(storeFile(), ::testing::HasSubstr(service.requests("fermo_offers").back().header("LX-Session-ID").value()));
+}
+
+TEST_F(CoreAgainstService, ANewUserEmptiesTheStoreAtOnceThenGetsANewSessionAndFreshOffers) {
+    auto sdk = makeSdk();
+    sdk->cacheOffers({makeRoom("A1", "hotel-a"), makeRoom("B1", "hotel-b")});
+    settle(*sdk);
+    const std::string stored = storeFile();
+    ASSERT_NE(stored, "[]");
+
+    sdk->updateUser(std::nullopt);  // same (absent) user: nothing happens
+    EXPECT_EQ(storeFile(), stored);
+    EXPECT_THAT(states(*sdk), ::testing::Each(State::available));
+
+    sdk->updateUser("user-2");
+    EXPECT_EQ(storeFile(), "[]");
+    EXPECT_THAT(states(*sdk), ElementsAre(State::loading, State::loading));
+    settle(*sdk);
+    EXPECT_THAT(states(*sdk), ElementsAre(State::available, State::available));
+    ASSERT_EQ(service.count("sessions"), 2);
+    EXPECT_FALSE(service.requests("sessions")[0].json().contains("partner_user_id"));
+    EXPECT_EQ(service.requests("sessions")[1].json()["partner_user_id"], "user-2");
+    EXPECT_EQ(service.count("fermo_offers"), 4);
+    const auto oldId = service.requests("fermo_offers").front().header("LX-Session-ID");
+    const auto newId = service.requests("fermo_offers").back().header("LX-Session-ID");
+    EXPECT_NE(oldId, newId);
+    EXPECT_EQ(service.requests("fermo_offers")[2].header("LX-Session-ID"), newId);
+    EXPECT_THAT(storeFile(), ::testing::HasSubstr("user-2"));
+
+    const std::string renewed = storeFile();
+    sdk->updateUser("user-2");  // unchanged: no refresh, store kept
+    EXPECT_THAT(states(*sdk), ::testing::Each(State::available));
+    EXPECT_EQ(storeFile(), renewed);
+    EXPECT_THAT(service.rejected(), IsEmpty());
+}
+
+TEST_F(CoreAgainstService, LogsReachTheIntakeOnlyOnceASessionExists) {
+    Fault once500;
+    once500.status = 500;
+    once500.count = 1;
+    service.setFault("sessions", once500);
+    auto sdk = makeSdk();
+    // A's batch loses its session before any logger exists; B's gets one.
+    sdk->cacheOffers({makeRoom("A1", "hotel-a"), makeRoom("B1", "hotel-b")});
+    ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk)[1] == State::available; }, kPatience));
+    EXPECT_EQ(states(*sdk)[0], State::loading);
+
+    Fault offers500;
+    offers500.status = 500;
+    service.setFault("fermo_offers", offers500);
+    sdk->refreshCachedOffers(LXRefresh::errorsOnly);  // retries A only
+    const std::string failure = "fetchOffers error message: fetchOffers statusCode error\ncode: 500";
+    awaitLog(failure);
+
+    const auto sessionId = service.requests("fermo_offers").front().header("LX-Session-ID").value();
+    const auto logs = service.logs();
+    for (const auto& record : logs) {
+        EXPECT_THAT(record.value("message", ""), ::testing::Not(::testing::HasSubstr("session.current error")));
+        EXPECT_EQ(record["data"]["jsonPayload"]["session_id"], sessionId);
+    }
+    const auto it = std::find_if(logs.begin(), logs.end(), [&](const auto& r) { return r["message"] == failure; });
+    ASSERT_NE(it, logs.end());
+    EXPECT_EQ((*it)["status"], "error");
+    EXPECT_EQ((*it)["data"]["jsonPayload"]["env"], "staging");
+    EXPECT_THAT(service.requests("/api/v2/logs"), ::testing::Not(IsEmpty()));
+    EXPECT_THAT(service.rejected(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace lxhf::test

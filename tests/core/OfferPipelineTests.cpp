@@ -1,0 +1,242 @@
+// Rooms to loading entries, batches per booking and hotel, the 0.2 s wait,
+// and how each answer (or failure) lands in the published list.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "CoreTestSupport.h"
+
+namespace lxhf::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const LXRoomDetails a1 = makeRoom("A1", "hotel-a");
+const LXRoomDetails a2 = makeRoom("A2", "hotel-a");
+const LXRoomDetails b1 = makeRoom("B1", "hotel-b");
+const LXRoomDetails a1Later = makeRoom("A1", "hotel-a", "2024-07-01");  // same room, another stay
+
+TEST(OfferPipeline, NewRoomsListAsLoadingInInputOrderOnceEach) {
+    CoreHarness h;
+    h.sdk->cacheOffers({b1, a1, b1, a2});
+    EXPECT_THAT(roomIds(*h.sdk), ElementsAre("B1", "A1", "A2"));
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::loading, State::loading, State::loading));
+
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers({{"A2", std::nullopt}});  // A2 omitted: error
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::error));
+    // No region or experiments headers: no region, and an empty flag map.
+    const LXOfferResponse* response = FacadeAccess::board(*h.sdk).response(a1);
+    ASSERT_NE(response, nullptr);
+    EXPECT_FALSE(response->clientRegion.has_value());
+    EXPECT_EQ(response->featureFlags, FeatureFlags{});
+
+    // Known rooms, whatever their state, are neither listed again nor fetched.
+    const auto offersBefore = h.http->count("fermo_offers");
+    h.sdk->cacheOffers({a2, b1, a1Later});
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::error, State::loading));
+    h.queue->advance(Seconds{0.2});
+    ASSERT_EQ(h.http->count("fermo_offers"), offersBefore + 1);
+    EXPECT_THAT(requestedRoomIds(h.http->requestsTo("fermo_offers").back()), ElementsAre("A1"));
+
+    h.sdk->cacheOffers({});
+    h.sdk->cacheOffers({a1, b1});
+    h.queue->advance(Seconds{1});
+    EXPECT_EQ(h.http->count("fermo_offers"), offersBefore + 1);
+}
+
+TEST(OfferPipeline, RoomsOfOneBookingAndHotelShareOneRequestAfterTheQuietPeriod) {
+    CoreHarness h;
+    h.sdk->cacheOffers({a1});
+    h.queue->advance(Seconds{0.1});
+    h.sdk->cacheOffers({b1});  // restarts the wait
+    h.queue->advance(Seconds{0.1});
+    h.sdk->cacheOffers({a2});
+    h.queue->advance(Seconds{0.19});
+    EXPECT_THAT(h.apiRequests(), IsEmpty());
+
+    h.queue->advance(Seconds{0.02});
+    EXPECT_EQ(h.http->count("sessions"), 1u);
+    ASSERT_EQ(h.http->count("fermo_offers"), 1u);  // batches go one after another
+    EXPECT_THAT(requestedRoomIds(h.http->requestsTo("fermo_offers")[0]), ElementsAre("A1", "A2"));
+
+    h.serveOffers();
+    ASSERT_EQ(h.http->count("fermo_offers"), 2u);
+    EXPECT_THAT(requestedRoomIds(h.http->requestsTo("fermo_offers")[1]), ElementsAre("B1"));
+    EXPECT_EQ(h.http->count("sessions"), 1u);
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::available));
+    EXPECT_THAT(h.engine().offers().queued(), IsEmpty());
+
+    h.queue->advance(Seconds{5});
+    EXPECT_EQ(h.http->count("fermo_offers"), 2u);  // exactly once per burst
+}
+
+TEST(OfferPipeline, RequestsCarryTheBearerTokenSessionHeaderAndSnakeCaseBodies) {
+    CoreHarness h;
+    h.sdk->cacheOffers({a1});
+    h.queue->advance(Seconds{0.2});
+
+    ASSERT_EQ(h.apiRequests().size(), 2u);
+    const HttpRequest session = h.apiRequests()[0];
+    const HttpRequest offers = h.apiRequests()[1];
+    EXPECT_EQ(session.url, LXEnvironment::staging().apiUrl + "sessions");
+    EXPECT_EQ(offers.url, LXEnvironment::staging().apiUrl + "fermo_offers");
+    EXPECT_EQ(session.method, "POST");
+    EXPECT_EQ(offers.method, "POST");
+    EXPECT_DOUBLE_EQ(offers.timeout.count(), 60.0);
+    EXPECT_EQ(session.headers, (HttpHeaders{{"Authorization", "Bearer tok-1"}}));
+    EXPECT_THAT(offers.headers, ::testing::UnorderedElementsAre(std::pair<std::string, std::string>{"Authorization", "Bearer tok-1"},
+                                                                std::pair<std::string, std::string>{"LX-Session-ID", "S1"}));
+
+    const auto inputs = json::parse(session.body).value();
+    EXPECT_FALSE(inputs.contains("partner_user_id"));  // absent, not null
+    EXPECT_EQ(inputs["device"]["platform"]["operating_system"]["type"], "i_os");
+    EXPECT_EQ(inputs["device"]["type"], "mobile");
+
+    const auto body = json::parse(offers.body).value();
+    EXPECT_EQ(body["type"], "create_rooms_deposit_offer");
+    EXPECT_EQ(body["booking"]["number_of_rooms"], 1);
+    EXPECT_EQ(body["booking"]["stay_dates"]["check_in"], "2024-06-01");
+    EXPECT_EQ(body["rooms"][0]["merchant_room_id"], "mr-A1");
+    EXPECT_EQ(body["rooms"][0]["is_refundable"], true);
+    EXPECT_FALSE(body["rooms"][0].contains("image_url"));  // thirteen fields only
+    EXPECT_EQ(body["hotel"]["star_rating"], "4");
+}
+
+TEST(OfferPipeline, AnswerTypesMapToStatesAndResponsesAreKept) {
+    CoreHarness h;
+    const auto c1 = makeRoom("C1", "hotel-a");
+    h.sdk->cacheOffers({a1, a2, c1, b1});
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers({{"A2", LXOfferResponseType::signedBaseOffer},
+                   {"C1", LXOfferResponseType::unavailableOffer},
+                   {"B1", std::nullopt}},
+                  {{"x-client-region", "EU"}, {"lx-experiments", R"({"newButton":true,"variant":"b"})"}});
+
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::unavailable, State::unavailable, State::error));
+    const LXErrorInfo* error = h.sdk->fermoOffers()[3].state.errorInfo();
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->message(), "Error fetching offer");
+    EXPECT_FALSE(error->code().has_value());
+
+    auto& board = FacadeAccess::board(*h.sdk);
+    EXPECT_EQ(board.responses().size(), 3u);
+    ASSERT_NE(board.response(a1), nullptr);
+    EXPECT_EQ(board.response(b1), nullptr);
+    EXPECT_EQ(board.response(a1)->offer.id, "fo-A1");
+    EXPECT_EQ(board.response(a2)->type, LXOfferResponseType::signedBaseOffer);
+    EXPECT_EQ(board.response(a1)->clientRegion, "EU");
+    ASSERT_TRUE(board.response(a1)->featureFlags.has_value());
+    EXPECT_EQ(board.response(a1)->featureFlags->at("newButton"), CodableValue{true});
+    EXPECT_EQ(board.response(a1)->featureFlags->at("variant"), CodableValue{std::string("b")});
+    EXPECT_THAT(h.engine().offers().queued(), IsEmpty());
+}
+
+TEST(OfferPipeline, OfflineRoomsWaitForASatisfiedPath) {
+    CoreHarness h(/*online=*/false);
+    h.sdk->cacheOffers({a1, b1});
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::loading, State::loading));
+    h.queue->advance(Seconds{10});
+    EXPECT_THAT(h.apiRequests(), IsEmpty());
+
+    h.monitor->setSatisfied(true);
+    h.queue->advance(Seconds{0.19});
+    EXPECT_THAT(h.apiRequests(), IsEmpty());
+    h.queue->advance(Seconds{0.02});
+    h.serveOffers();
+    EXPECT_EQ(h.http->count("fermo_offers"), 2u);
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available));
+
+    // A satisfied path with nothing queued schedules nothing.
+    h.monitor->setSatisfied(false);
+    h.monitor->setSatisfied(true);
+    h.queue->advance(Seconds{1});
+    EXPECT_EQ(h.apiRequests().size(), 3u);
+}
+
+TEST(OfferPipeline, RefreshAllReloadsEveryRoomWhileErrorsOnlyOnlyRetriesWhatIsQueued) {
+    CoreHarness h;
+    h.sdk->cacheOffers({a1, a2, b1});
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers({{"A2", std::nullopt}});
+    ASSERT_THAT(states(*h.sdk), ElementsAre(State::available, State::error, State::available));
+
+    h.sdk->refreshCachedOffers(LXRefresh::errorsOnly);
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::error, State::available));
+    h.queue->advance(Seconds{1});
+    EXPECT_EQ(h.http->count("fermo_offers"), 2u);  // nothing queued, nothing sent
+
+    h.sdk->refreshCachedOffers(LXRefresh::all);
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::loading, State::loading, State::loading));
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers();
+    EXPECT_EQ(h.http->count("fermo_offers"), 4u);
+    EXPECT_EQ(h.http->count("sessions"), 1u);
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::available));
+
+    // A failed batch stays queued; errorsOnly retries it without touching states.
+    h.sdk->refreshCachedOffers(LXRefresh::all);
+    h.queue->advance(Seconds{0.2});
+    h.failNext(FakeHttpClient::reply(500));
+    h.serveOffers();
+    ASSERT_THAT(states(*h.sdk), ElementsAre(State::loading, State::loading, State::available));
+    h.sdk->refreshCachedOffers(LXRefresh::errorsOnly);
+    h.queue->advance(Seconds{0.2});
+    ASSERT_EQ(h.http->count("fermo_offers"), 7u);
+    EXPECT_THAT(requestedRoomIds(h.http->requestsTo("fermo_offers").back()), ElementsAre("A1", "A2"));
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::loading, State::loading, State::available));
+}
+
+TEST(OfferPipeline, AFailedBatchStaysLoadingAndQueuedWhileOthersGoOn) {
+    const std::vector<std::pair<std::string, HttpResult>> failures = {
+        {"transport", FakeHttpClient::failure("Could not connect to the server.")},
+        {"status 200", FakeHttpClient::reply(200, "[]")},
+        {"status 500", FakeHttpClient::reply(500)},
+        {"undecodable", FakeHttpClient::reply(201, R"([{"offer":{}}])")},
+    };
+    for (const auto& [name, failure] : failures) {
+        SCOPED_TRACE(name);
+        CoreHarness h;
+        h.sdk->cacheOffers({a1, b1});
+        h.queue->advance(Seconds{0.2});
+        h.failNext(failure);
+        h.serveOffers();  // the B batch is still fetched
+        EXPECT_THAT(states(*h.sdk), ElementsAre(State::loading, State::available));
+        ASSERT_EQ(h.engine().offers().queued().size(), 1u);
+        EXPECT_EQ(h.engine().offers().queued()[0].hotel.id, "hotel-a");
+        EXPECT_EQ(FacadeAccess::board(*h.sdk).response(a1), nullptr);
+
+        h.queue->advance(Seconds{5});
+        EXPECT_EQ(h.http->count("fermo_offers"), 2u);  // no retry timer
+
+        h.sdk->cacheOffers({a2});  // the next trigger retries, A2 joining A's batch
+        h.queue->advance(Seconds{0.2});
+        ASSERT_EQ(h.http->count("fermo_offers"), 3u);
+        EXPECT_THAT(requestedRoomIds(h.http->requestsTo("fermo_offers").back()), ElementsAre("A1", "A2"));
+        h.serveOffers();
+        EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::available));
+    }
+}
+
+TEST(OfferPipeline, SessionCreationFailureKeepsTheBatchForTheNextTrigger) {
+    CoreHarness h;
+    h.http->respondOnceTo("sessions", FakeHttpClient::reply(200, R"({"id":"nope"})"));
+    h.sdk->cacheOffers({a1, b1});
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers();
+    // A's batch lost its session; B's asked again and went on.
+    EXPECT_EQ(h.http->count("sessions"), 2u);
+    EXPECT_THAT(requestedRoomIds(h.http->requestsTo("fermo_offers")[0]), ElementsAre("B1"));
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::loading, State::available));
+
+    h.monitor->setSatisfied(false);
+    h.monitor->setSatisfied(true);  // a path change is a trigger too
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers();
+    EXPECT_EQ(h.http->count("sessions"), 2u);
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available));
+}
+
+}  // namespace
+}  // namespace lxhf::test
