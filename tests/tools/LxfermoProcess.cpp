@@ -1,0 +1,151 @@
+#include "LxfermoProcess.h"
+
+#include "support/MainLoop.h"
+
+namespace lxhf::test {
+
+LxfermoProcess::LxfermoProcess(const std::vector<std::string>& args) : cancellable_(g_cancellable_new()) {
+    std::vector<const char*> argv{LXFERMO_BINARY};
+    for (const auto& a : args) argv.push_back(a.c_str());
+    argv.push_back(nullptr);
+    GError* error = nullptr;
+    process_ = g_subprocess_newv(argv.data(),
+                                 GSubprocessFlags(G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE |
+                                                  G_SUBPROCESS_FLAGS_STDERR_PIPE),
+                                 &error);
+    if (!process_) {
+        g_error_free(error);
+        return;
+    }
+    out_ = g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_));
+}
+
+LxfermoProcess::~LxfermoProcess() {
+    g_cancellable_cancel(cancellable_);
+    // Let a cancelled read deliver its callback while we still exist.
+    runMainLoopUntil([this] { return !reading_; }, 2);
+    if (process_) {
+        g_subprocess_force_exit(process_);
+        g_subprocess_wait(process_, nullptr, nullptr);
+        g_object_unref(process_);
+    }
+    if (out_) g_object_unref(out_);
+    g_object_unref(cancellable_);
+}
+
+void LxfermoProcess::send(const std::string& line) {
+    if (!process_) return;
+    const std::string text = line + "\n";
+    g_output_stream_write_all(g_subprocess_get_stdin_pipe(process_), text.data(), text.size(), nullptr, nullptr,
+                              nullptr);
+}
+
+void LxfermoProcess::closeInput() {
+    if (process_) g_output_stream_close(g_subprocess_get_stdin_pipe(process_), nullptr, nullptr);
+}
+
+void LxfermoProcess::signal(int signalNumber) {
+    if (process_) g_subprocess_send_signal(process_, signalNumber);
+}
+
+void LxfermoProcess::readLine() {
+    if (reading_ || ended_ || !out_) return;
+    reading_ = true;
+    g_data_input_stream_read_line_async(
+        out_, G_PRIORITY_DEFAULT, cancellable_,
+        [](GObject* source, GAsyncResult* result, gpointer data) {
+            auto* self = static_cast<LxfermoProcess*>(data);
+            gsize length = 0;
+            char* line = g_data_input_stream_read_line_finish(G_DATA_INPUT_STREAM(source), result, &length, nullptr);
+            self->reading_ = false;
+            if (!line) {
+                self->ended_ = true;
+                return;
+            }
+            self->lines_.emplace_back(line, length);
+            g_free(line);
+        },
+        this);
+}
+
+std::optional<std::string> LxfermoProcess::nextLine(double timeoutSeconds) {
+    runMainLoopUntil(
+        [this] {
+            readLine();
+            return !lines_.empty() || ended_;
+        },
+        timeoutSeconds);
+    if (lines_.empty()) return std::nullopt;
+    std::string line = std::move(lines_.front());
+    lines_.pop_front();
+    return line;
+}
+
+std::optional<nlohmann::json> LxfermoProcess::nextEvent(double timeoutSeconds) {
+    auto line = nextLine(timeoutSeconds);
+    if (!line) return std::nullopt;
+    auto event = nlohmann::json::parse(*line, nullptr, false);
+    seen_.push_back(event);
+    return event;
+}
+
+std::optional<nlohmann::json> LxfermoProcess::eventWhere(const std::function<bool(const nlohmann::json&)>& match,
+                                                         double timeoutSeconds) {
+    const gint64 deadline = g_get_monotonic_time() + gint64(timeoutSeconds * G_USEC_PER_SEC);
+    while (g_get_monotonic_time() < deadline) {
+        auto event = nextEvent(double(deadline - g_get_monotonic_time()) / G_USEC_PER_SEC);
+        if (!event) return std::nullopt;
+        if (match(*event)) return event;
+    }
+    return std::nullopt;
+}
+
+std::optional<int> LxfermoProcess::exitCode(double timeoutSeconds) {
+    if (!process_) return std::nullopt;
+    bool done = false;
+    g_subprocess_wait_async(
+        process_, cancellable_, [](GObject*, GAsyncResult*, gpointer flag) { *static_cast<bool*>(flag) = true; },
+        &done);
+    runMainLoopUntil([&] { return done; }, timeoutSeconds);
+    if (!done) {
+        g_cancellable_cancel(cancellable_);
+        runMainLoopUntil([&] { return done; }, 2);
+        return std::nullopt;
+    }
+    return g_subprocess_get_if_exited(process_) ? std::optional(g_subprocess_get_exit_status(process_))
+                                                : std::nullopt;
+}
+
+std::string LxfermoProcess::standardError() {
+    if (!process_) return {};
+    GBytes* bytes = g_input_stream_read_bytes(g_subprocess_get_stderr_pipe(process_), 1 << 16, nullptr, nullptr);
+    if (!bytes) return {};
+    gsize size = 0;
+    const auto* data = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+    std::string text(data ? data : "", size);
+    g_bytes_unref(bytes);
+    return text;
+}
+
+RunResult runLxfermo(const std::vector<std::string>& args) {
+    std::vector<const char*> argv{LXFERMO_BINARY};
+    for (const auto& a : args) argv.push_back(a.c_str());
+    argv.push_back(nullptr);
+    RunResult run;
+    GSubprocess* process = g_subprocess_newv(
+        argv.data(), GSubprocessFlags(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_PIPE), nullptr);
+    if (!process) return run;
+    char* out = nullptr;
+    char* err = nullptr;
+    if (g_subprocess_communicate_utf8(process, nullptr, nullptr, &out, &err, nullptr) &&
+        g_subprocess_get_if_exited(process))
+        run.exitCode = g_subprocess_get_exit_status(process);
+    run.out = out ? out : "";
+    run.err = err ? err : "";
+    g_free(out);
+    g_free(err);
+    g_object_unref(process);
+    return run;
+}
+
+}  // namespace lxhf::test

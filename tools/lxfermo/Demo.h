@@ -1,0 +1,67 @@
+#pragma once
+
+// What the terminal and window forms of `lxfermo demo` share: the embedded
+// service, a facade pointed at it, the sample rooms and how a room's state
+// reads. Main context only.
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "FermoTestService.h"
+#include "LXHotelsFermo/LXHotelsFermoSDK.h"
+
+namespace lxfermo {
+
+inline constexpr const char* kDemoToken = "demo-token";
+
+struct DemoRoom {
+    LXRoomDetails details;
+    std::string title;  // "Hotel Aurora · Double room"
+};
+
+class DemoSetup {
+public:
+    // Starts the service and points a new facade at it; absent (with the
+    // reason printed) when the service cannot start.
+    static std::unique_ptr<DemoSetup> start();
+    ~DemoSetup();
+
+    LXHotelsFermoSDK& sdk() { return *sdk_; }
+    lxhf::testing::FermoTestService& service() { return service_; }
+    const std::vector<DemoRoom>& rooms() const { return rooms_; }
+
+    // The sample room whose details equal `room`'s, for its title.
+    const DemoRoom* find(const LXRoomDetails& room) const;
+    // "available: 189.00 EUR frozen, deposit 18.90 EUR, offer expires ..."
+    std::string describe(const LXFermoOffer& offer) const;
+    // The purchase page for an available room, or why there is none.
+    std::string purchaseAddress(const LXRoomDetails& room, bool* ok) const;
+    // Reports the room's stored offer as shown, once per room.
+    void reportShown(const LXRoomDetails& room);
+
+    DemoSetup(const DemoSetup&) = delete;
+    DemoSetup& operator=(const DemoSetup&) = delete;
+
+private:
+    DemoSetup() = default;
+
+    lxhf::testing::FermoTestService service_;
+    std::unique_ptr<LXHotelsFermoSDK> sdk_;
+    std::vector<DemoRoom> rooms_;
+    std::vector<LXRoomDetails> reported_;
+    std::filesystem::path cacheDir_;
+};
+
+const LXRoomDetails& roomOf(const LXFermoOffer& offer);
+const char* stateName(const LXFermoOfferState& state);
+bool allSettled(const LXHotelsFermoSDK::Offers& offers, std::size_t expected);
+
+#ifdef LXFERMO_HAS_GTK
+// Opens the window when a display can be used; false when there is none.
+bool runDemoWindow(DemoSetup& demo, int& exitCode);
+#endif
+
+}  // namespace lxfermo

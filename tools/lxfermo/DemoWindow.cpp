@@ -1,0 +1,252 @@
+// The window form of `lxfermo demo`: one row per room with its live state, a
+// Refresh button and a log of state changes and service traffic. A tap on an
+// available room opens its purchase page (or shows the address when the
+// presentation library is not built).
+
+#include <glib-unix.h>
+#include <gtk/gtk.h>
+
+#include <csignal>
+
+#include <string>
+#include <vector>
+
+#include "Demo.h"
+
+#ifdef LXFERMO_HAS_UI
+#include "LXHotelsFermo/ui/LXPurchaseWindow.h"
+#endif
+
+namespace lxfermo {
+namespace {
+
+struct Row {
+    GtkWidget* spinner;
+    GtkWidget* status;
+    GtkWidget* button;
+    std::string lastText;
+};
+
+struct DemoWindow {
+    explicit DemoWindow(DemoSetup& setup) : demo(setup) {}
+
+    DemoSetup& demo;
+    GMainLoop* loop = nullptr;
+    GtkWidget* window = nullptr;
+    GtkWidget* list = nullptr;
+    GtkTextBuffer* log = nullptr;
+    GtkWidget* logView = nullptr;
+    std::vector<Row> rows;
+    std::size_t requestsLogged = 0;
+    LXSubscription subscription;
+
+    void append(const std::string& line) {
+        GDateTime* now = g_date_time_new_now_local();
+        gchar* stamp = g_date_time_format(now, "%H:%M:%S");
+        g_date_time_unref(now);
+        GtkTextIter end;
+        gtk_text_buffer_get_end_iter(log, &end);
+        const std::string text = std::string(stamp) + "  " + line + "\n";
+        g_free(stamp);
+        gtk_text_buffer_insert(log, &end, text.c_str(), -1);
+        gtk_text_buffer_get_end_iter(log, &end);
+        GtkTextMark* mark = gtk_text_buffer_create_mark(log, nullptr, &end, FALSE);
+        gtk_text_view_scroll_mark_onscreen(GTK_TEXT_VIEW(logView), mark);
+        gtk_text_buffer_delete_mark(log, mark);
+    }
+
+    void addRow(const LXFermoOffer& offer) {
+        const DemoRoom* room = demo.find(roomOf(offer));
+        GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
+        gtk_widget_set_margin_start(box, 12);
+        gtk_widget_set_margin_end(box, 12);
+        gtk_widget_set_margin_top(box, 8);
+        gtk_widget_set_margin_bottom(box, 8);
+
+        Row row;
+        row.spinner = gtk_spinner_new();
+        gtk_widget_set_size_request(row.spinner, 20, 20);
+        gtk_box_append(GTK_BOX(box), row.spinner);
+
+        GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
+        gtk_widget_set_hexpand(texts, TRUE);
+        GtkWidget* title = gtk_label_new(nullptr);
+        gchar* markup = g_markup_printf_escaped("<b>%s</b>", room ? room->title.c_str() : "Room");
+        gtk_label_set_markup(GTK_LABEL(title), markup);
+        g_free(markup);
+        gtk_label_set_xalign(GTK_LABEL(title), 0);
+        row.status = gtk_label_new("");
+        gtk_label_set_xalign(GTK_LABEL(row.status), 0);
+        gtk_label_set_wrap(GTK_LABEL(row.status), TRUE);
+        gtk_box_append(GTK_BOX(texts), title);
+        gtk_box_append(GTK_BOX(texts), row.status);
+        gtk_box_append(GTK_BOX(box), texts);
+
+        row.button = gtk_button_new_with_label("Freeze this price");
+        gtk_widget_set_valign(row.button, GTK_ALIGN_CENTER);
+        g_object_set_data(G_OBJECT(row.button), "lxfermo-row", GSIZE_TO_POINTER(rows.size()));
+        g_signal_connect(row.button, "clicked", G_CALLBACK(+[](GtkButton* button, DemoWindow* self) {
+                             self->tapped(GPOINTER_TO_SIZE(g_object_get_data(G_OBJECT(button), "lxfermo-row")));
+                         }),
+                         this);
+        gtk_box_append(GTK_BOX(box), row.button);
+
+        gtk_list_box_append(GTK_LIST_BOX(list), box);
+        rows.push_back(row);
+    }
+
+    void update(const LXHotelsFermoSDK::Offers& offers) {
+        for (std::size_t i = 0; i < offers.size(); ++i) {
+            if (i >= rows.size()) addRow(offers[i]);
+            Row& row = rows[i];
+            const auto kind = offers[i].state.kind();
+            const bool loading = kind == LXFermoOfferState::Kind::loading;
+            gtk_widget_set_visible(row.spinner, loading);
+            if (loading) gtk_spinner_start(GTK_SPINNER(row.spinner));
+            else gtk_spinner_stop(GTK_SPINNER(row.spinner));
+            gtk_widget_set_sensitive(row.button, kind == LXFermoOfferState::Kind::available);
+
+            const std::string text = demo.describe(offers[i]);
+            gtk_label_set_text(GTK_LABEL(row.status), text.c_str());
+            if (text != row.lastText) {
+                const DemoRoom* room = demo.find(roomOf(offers[i]));
+                append((room ? room->title : std::string("Room")) + ": " + text);
+                row.lastText = text;
+            }
+            // An available offer on screen counts as shown, as the button wrapper reports it.
+            if (kind == LXFermoOfferState::Kind::available) demo.reportShown(roomOf(offers[i]));
+        }
+    }
+
+    void tapped(std::size_t index) {
+        const auto& offers = demo.sdk().fermoOffers();
+        if (index >= offers.size()) return;
+        const LXRoomDetails& room = roomOf(offers[index]);
+        bool ok = false;
+        const std::string address = demo.purchaseAddress(room, &ok);
+        if (!ok) {
+            append("No purchase page: " + address);
+            return;
+        }
+#ifdef LXFERMO_HAS_UI
+        append("Opening the purchase page");
+        LXPurchaseWindow::present(
+            GTK_WINDOW(window), address,
+            [this](const LXFermoPurchaseResult& result) { append("Purchase result: " + result.toJSON()); },
+            [this] { append("Purchase page closed"); });
+#else
+        append("Purchase page (open it in a browser that trusts " + demo.service().caFile() + "):");
+        append("  " + address);
+#endif
+    }
+
+    void logRequests() {
+        const auto requests = demo.service().requests();
+        for (; requestsLogged < requests.size(); ++requestsLogged) {
+            const auto& r = requests[requestsLogged];
+            append("service: " + r.method + " " + r.path + " -> " + std::to_string(r.status) +
+                   (r.accepted ? "" : " refused: " + r.reason));
+        }
+    }
+
+    void build() {
+        window = gtk_window_new();
+        gtk_window_set_title(GTK_WINDOW(window), "LXHotelsFermo demo");
+        gtk_window_set_default_size(GTK_WINDOW(window), 920, 680);
+        g_signal_connect(window, "close-request", G_CALLBACK(+[](GtkWindow*, DemoWindow* self) -> gboolean {
+                             // Kept open until the loop ends; runDemoWindow destroys it.
+                             g_main_loop_quit(self->loop);
+                             return TRUE;
+                         }),
+                         this);
+
+        GtkWidget* content = gtk_box_new(GTK_ORIENTATION_VERTICAL, 8);
+        gtk_widget_set_margin_start(content, 12);
+        gtk_widget_set_margin_end(content, 12);
+        gtk_widget_set_margin_top(content, 12);
+        gtk_widget_set_margin_bottom(content, 12);
+
+        GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 8);
+        GtkWidget* heading = gtk_label_new("Rooms at three hotels, served by the local Fermo test service");
+        gtk_widget_set_hexpand(heading, TRUE);
+        gtk_label_set_xalign(GTK_LABEL(heading), 0);
+        GtkWidget* refresh = gtk_button_new_with_label("Refresh");
+        g_signal_connect(refresh, "clicked", G_CALLBACK(+[](GtkButton*, DemoWindow* self) {
+                             self->append("Refreshing every offer");
+                             self->demo.sdk().refreshCachedOffers(LXRefresh::all);
+                         }),
+                         this);
+        gtk_box_append(GTK_BOX(bar), heading);
+        gtk_box_append(GTK_BOX(bar), refresh);
+        gtk_box_append(GTK_BOX(content), bar);
+
+        list = gtk_list_box_new();
+        gtk_list_box_set_selection_mode(GTK_LIST_BOX(list), GTK_SELECTION_NONE);
+        GtkWidget* listScroll = gtk_scrolled_window_new();
+        gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(listScroll), list);
+        gtk_widget_set_vexpand(listScroll, TRUE);
+
+        logView = gtk_text_view_new();
+        gtk_text_view_set_editable(GTK_TEXT_VIEW(logView), FALSE);
+        gtk_text_view_set_monospace(GTK_TEXT_VIEW(logView), TRUE);
+        gtk_text_view_set_wrap_mode(GTK_TEXT_VIEW(logView), GTK_WRAP_CHAR);
+        log = gtk_text_view_get_buffer(GTK_TEXT_VIEW(logView));
+        GtkWidget* logScroll = gtk_scrolled_window_new();
+        gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(logScroll), logView);
+        gtk_widget_set_size_request(logScroll, -1, 180);
+
+        GtkWidget* paned = gtk_paned_new(GTK_ORIENTATION_VERTICAL);
+        gtk_paned_set_start_child(GTK_PANED(paned), listScroll);
+        gtk_paned_set_end_child(GTK_PANED(paned), logScroll);
+        gtk_paned_set_position(GTK_PANED(paned), 400);
+        gtk_widget_set_vexpand(paned, TRUE);
+        gtk_box_append(GTK_BOX(content), paned);
+
+        gtk_window_set_child(GTK_WINDOW(window), content);
+    }
+};
+
+}  // namespace
+
+bool runDemoWindow(DemoSetup& demo, int& exitCode) {
+    if (!gtk_init_check()) return false;
+    DemoWindow ui(demo);
+    ui.loop = g_main_loop_new(nullptr, FALSE);
+    ui.build();
+    ui.append("Test service at " + demo.service().baseUrl());
+    ui.subscription = demo.sdk().subscribeFermoOffers([&ui](const LXHotelsFermoSDK::Offers& offers) { ui.update(offers); });
+
+    std::vector<LXRoomDetails> rooms;
+    for (const auto& room : demo.rooms()) rooms.push_back(room.details);
+    demo.sdk().cacheOffers(rooms);
+    const guint poll = g_timeout_add(
+        300,
+        [](gpointer data) -> gboolean {
+            static_cast<DemoWindow*>(data)->logRequests();
+            return G_SOURCE_CONTINUE;
+        },
+        &ui);
+
+    // Ctrl-C in the starting terminal closes the window like its close button.
+    auto quit = [](gpointer loop) -> gboolean {
+        g_main_loop_quit(static_cast<GMainLoop*>(loop));
+        return G_SOURCE_CONTINUE;
+    };
+    const guint interrupt = g_unix_signal_add(SIGINT, quit, ui.loop);
+    const guint terminate = g_unix_signal_add(SIGTERM, quit, ui.loop);
+
+    gtk_window_present(GTK_WINDOW(ui.window));
+    g_main_loop_run(ui.loop);
+
+    g_source_remove(interrupt);
+    g_source_remove(terminate);
+
+    g_source_remove(poll);
+    ui.subscription.reset();
+    gtk_window_destroy(GTK_WINDOW(ui.window));
+    g_main_loop_unref(ui.loop);
+    exitCode = 0;
+    return true;
+}
+
+}  // namespace lxfermo

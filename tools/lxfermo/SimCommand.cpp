@@ -1,0 +1,140 @@
+// `lxfermo sim`: the local Fermo test service alone, on this thread's main
+// loop, until SIGINT or SIGTERM. Each request it records is printed as it
+// arrives, so a developer sees what a client sent and what it got.
+
+#include <glib-unix.h>
+#include <glib.h>
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "CommandLine.h"
+#include "Commands.h"
+#include "FermoTestService.h"
+
+namespace lxfermo {
+namespace {
+
+const std::vector<OptionInfo> kSimOptions = {
+    {"port", "N", "listen on this port of 127.0.0.1 (default: a free one)"},
+    {"faults", "FILE", "scripted faults, JSON: {\"<path>\": {\"status\": 500, ...}, ...}"},
+};
+
+constexpr const char* kSimSummary =
+    "Runs the local Fermo test service (HTTPS on 127.0.0.1 with a CA generated at\n"
+    "start) until interrupted, printing its addresses, the CA file to trust, and\n"
+    "each request it receives. Fault paths are absolute (\"/api/v2/logs\") or\n"
+    "relative to the API base (\"sessions\", \"fermo_offers\", \"events/batch\");\n"
+    "a fault's fields are status, body, headers, delay, drop and count.";
+
+constexpr guint kRequestPollMs = 250;
+
+std::optional<std::string> readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return std::nullopt;
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+struct SimRun {
+    lxhf::testing::FermoTestService* service;
+    GMainLoop* loop;
+    std::size_t printed = 0;
+};
+
+void printNewRequests(SimRun& run) {
+    const auto requests = run.service->requests();
+    for (; run.printed < requests.size(); ++run.printed) {
+        const auto& r = requests[run.printed];
+        std::string line = "  " + r.method + " " + r.path + (r.query.empty() ? "" : "?" + r.query) + " -> " +
+                           std::to_string(r.status);
+        if (!r.accepted) line += " refused: " + r.reason;
+        if (r.faulted) line += " (scripted fault)";
+        for (const auto& note : r.notes) line += " [" + note + "]";
+        std::printf("%s\n", line.c_str());
+    }
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+int runSim(const std::vector<std::string>& args) {
+    const auto options = parseOptions("sim", args, kSimOptions);
+    if (!options) return kUsageError;
+    if (options->help) {
+        std::fputs(usage("sim", kSimSummary, kSimOptions).c_str(), stdout);
+        return 0;
+    }
+    lxhf::testing::FermoTestService::Options serviceOptions;
+    if (const std::string* port = options->value("port")) {
+        const auto number = parseInteger(*port, 1, 65535);
+        if (!number) {
+            complain("sim", "--port needs a number from 1 to 65535, not '" + *port + "'");
+            return kUsageError;
+        }
+        serviceOptions.port = static_cast<std::uint16_t>(*number);
+    }
+    std::optional<std::string> faults;
+    if (const std::string* path = options->value("faults")) {
+        faults = readFile(*path);
+        if (!faults) {
+            complain("sim", "cannot read the faults file '" + *path + "'");
+            return 1;
+        }
+    }
+
+    lxhf::testing::FermoTestService service(serviceOptions);
+    if (faults) {
+        std::string error;
+        if (!service.loadFaults(*faults, &error)) {
+            complain("sim", "the faults file is not usable: " + error);
+            return 1;
+        }
+    }
+    std::fprintf(stderr, "lxfermo sim: generating certificates and starting the service...\n");
+    std::string error;
+    if (!service.start(&error)) {
+        complain("sim", "the test service did not start: " + error);
+        return 1;
+    }
+    // Handlers first, so a signal sent as soon as the address shows is caught.
+    GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+    SimRun run{&service, loop};
+    auto quit = [](gpointer data) -> gboolean {
+        g_main_loop_quit(static_cast<GMainLoop*>(data));
+        return G_SOURCE_CONTINUE;
+    };
+    const guint interrupt = g_unix_signal_add(SIGINT, quit, loop);
+    const guint terminate = g_unix_signal_add(SIGTERM, quit, loop);
+    const guint poll = g_timeout_add(
+        kRequestPollMs,
+        [](gpointer data) -> gboolean {
+            printNewRequests(*static_cast<SimRun*>(data));
+            return G_SOURCE_CONTINUE;
+        },
+        &run);
+    std::printf("Fermo test service at %s\n", service.baseUrl().c_str());
+    std::printf("  API base:      %s\n", service.apiBase().c_str());
+    std::printf("  microsite:     %s\n", service.micrositeBase().c_str());
+    std::printf("  log intake:    %s\n", service.intakeUrl().c_str());
+    std::printf("  CA file:       %s\n", service.caFile().c_str());
+    if (faults) std::printf("  faults from:   %s\n", options->value("faults")->c_str());
+    std::printf("Press Ctrl-C to stop.\n");
+    std::fflush(stdout);
+
+    g_main_loop_run(loop);
+    printNewRequests(run);
+    g_source_remove(poll);
+    g_source_remove(interrupt);
+    g_source_remove(terminate);
+    g_main_loop_unref(loop);
+    service.stop();
+    std::printf("Stopped.\n");
+    return 0;
+}
+
+}  // namespace lxfermo
