@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "LXHotelsFermo/LXExport.h"
+#include "LXHotelsFermo/LXResult.h"
+#include "infra/LXStore.h"
+#include "model/SessionRecords.h"
+#include "platform/CacheDirectory.h"
+
+namespace lxhf {
+
+class LoggerSlot;
+
+using SessionStore = LXStore<std::string, LXSession>;
+// Built once inside the library; everyone else links to that copy.
+extern template class LXHF_EXPORT LXStore<std::string, LXSession>;
+extern template class LXHF_EXPORT LXStore<std::string, LXEvent>;
+
+inline constexpr std::string_view kSessionStoreName = "sessionStore";
+inline constexpr std::string_view kSessionStoreFile = "sessionStore.cache";
+inline constexpr std::string_view kSessionStoreKey = "session";
+inline constexpr std::size_t kSessionStoreCountLimit = 1;
+
+// Reads "sessionStore.cache" back. A null store means there is no cache
+// directory ("Unexpected cache error" has been logged); a missing,
+// unreadable or malformed file is an error for the caller to log. Never
+// throws, whatever the file holds.
+LXHF_EXPORT LXResult<std::unique_ptr<SessionStore>, StoreError> loadSessionStore(
+    const CacheDirectory& directory, const LoggerSlot& logger, DateProvider dateProvider = systemNow);
+
+}  // namespace lxhf
