@@ -31,7 +31,7 @@ struct FacadeParts {
 
 FacadeParts systemParts();
 
-struct FacadeAccess {
+struct LXHF_EXPORT FacadeAccess {
     static std::unique_ptr<LXHotelsFermoSDK> make(FacadeParts parts);
     // Before the engine exists only; later calls change nothing the engine uses.
     static void setOverrides(LXHotelsFermoSDK& sdk, EndpointOverrides overrides);

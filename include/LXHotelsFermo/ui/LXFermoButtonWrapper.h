@@ -1,0 +1,33 @@
+#pragma once
+
+// The offer button a host shows for one room: the host draws the button for
+// each offer state, the library keeps it current and opens the purchase page.
+
+#include <functional>
+
+#include <gtk/gtk.h>
+
+#include "LXHotelsFermo/LXFermoOffer.h"
+#include "LXHotelsFermo/LXHotelsFermoSDK.h"
+#include "LXHotelsFermo/LXRoomDetails.h"
+#include "LXHotelsFermo/ui/LXPurchaseWindow.h"
+#include "LXHotelsFermo/ui/LXUIExport.h"
+
+class LXHF_UI_EXPORT LXFermoButtonWrapper {
+public:
+    // Builds the host's own widget for the room's current offer. `action`
+    // opens the purchase page, in any state; it does nothing while the page
+    // is up, and nothing once the wrapper is gone.
+    using ButtonFactory = std::function<GtkWidget*(const LXFermoOffer& offer, std::function<void()> action)>;
+
+    // A floating widget holding the host's widget for `room`, rebuilt each
+    // time the room's offer state changes. While the facade does not know
+    // the room yet, an invisible placeholder asks it to fetch the offer each
+    // time it is mapped. `purchaseCallback` receives what the purchase page
+    // reports. Main context only; the facade must outlive the widget and the
+    // pages it opens. Once the widget is destroyed `button` is never called
+    // again; a page already open still reports to `purchaseCallback`.
+    static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button);
+    static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
+                             LXHotelsFermoSDK& sdk);
+};

@@ -1,0 +1,228 @@
+#include "LXHotelsFermo/ui/LXFermoButtonWrapper.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "core/Facade.h"
+#include "infra/LoggerSlot.h"
+#include "presentation/MicrositeAddress.h"
+#include "presentation/ui/PurchaseWindow.h"
+
+namespace lxhf::ui {
+namespace {
+
+inline constexpr std::string_view kNoResponseOnAppear = "Error accessing available offerResponse in onAppear";
+
+// What one wrapper knows. Owned by the widget; signal handlers, the button
+// action and the purchase window hold it weakly, so they fall silent once the
+// widget is disposed. Main context only.
+struct WrapperState {
+    WrapperState(GtkWidget* widget, LXHotelsFermoSDK& facade, LXRoomDetails roomDetails, LXPurchaseCallback callback,
+                 LXFermoButtonWrapper::ButtonFactory factory)
+        : self(widget),
+          sdk(&facade),
+          room(std::move(roomDetails)),
+          purchaseCallback(std::move(callback)),
+          button(std::move(factory)) {}
+
+    GtkWidget* self;  // valid while `alive`
+    bool alive = true;
+    LXHotelsFermoSDK* sdk;
+    LXRoomDetails room;
+    LXPurchaseCallback purchaseCallback;
+    LXFermoButtonWrapper::ButtonFactory button;
+    LXSubscription subscription;
+    GtkWidget* child = nullptr;
+    bool showsPlaceholder = false;
+    std::optional<LXFermoOfferState> shown;  // the state the host's widget was built for
+    bool presented = false;
+    unsigned renders = 0;  // tells a nested render from the one it interrupted
+};
+
+using Weak = std::weak_ptr<WrapperState>;
+
+void write(LoggerSlot& slot, const LogLine& line) {
+    switch (line.level) {
+        case LogLine::Level::info: logInfo(slot, line.message); break;
+        case LogLine::Level::warn: logWarn(slot, line.message); break;
+        case LogLine::Level::error: logError(slot, line.message); break;
+    }
+}
+
+// Runs `handler` on each "map" of `widget`.
+void onMap(GtkWidget* widget, std::function<void(GtkWidget*)> handler) {
+    using Handler = std::function<void(GtkWidget*)>;
+    g_signal_connect_data(
+        widget, "map", G_CALLBACK(+[](GtkWidget* w, gpointer data) { (*static_cast<Handler*>(data))(w); }),
+        new Handler(std::move(handler)), [](gpointer data, GClosure*) { delete static_cast<Handler*>(data); },
+        GConnectFlags(0));
+}
+
+// The outgoing child may be in the middle of one of its own signals (a click
+// that refreshed the offers), so it lives until the loop is idle again.
+void setChild(WrapperState& s, GtkWidget* widget) {
+    if (GtkWidget* old = std::exchange(s.child, nullptr)) {
+        g_object_ref(old);
+        gtk_widget_unparent(old);
+        g_idle_add_full(
+            G_PRIORITY_DEFAULT_IDLE, [](gpointer w) { g_object_unref(w); return gboolean(G_SOURCE_REMOVE); }, old,
+            nullptr);
+    }
+    gtk_widget_set_parent(widget, s.self);
+    s.child = widget;
+}
+
+using State = std::shared_ptr<WrapperState>;
+
+void present(const State& s) {
+    if (s->presented || !s->alive) return;
+    LXHotelsFermoSDK& sdk = *s->sdk;
+
+    const LXEnvironment environment = FacadeAccess::environment(sdk);
+    MicrositeAddressInputs inputs;
+    inputs.endpoint = {environment.micrositeScheme, environment.micrositeHost, environment.micrositePath};
+    inputs.token = FacadeAccess::token(sdk);
+    // Asked only of an engine that exists: opening the page never makes one.
+    if (auto* engine = FacadeAccess::engineIfMade(sdk))
+        if (const auto& session = engine->sessions().sessionIfMade()) inputs.sessionId = session->sessionId;
+    if (const LXOfferResponse* response = FacadeAccess::board(sdk).response(s->room)) inputs.offerResponse = *response;
+
+    std::optional<std::string> url;
+    auto address = micrositeAddress(inputs, s->room);
+    if (address) {
+        url = std::move(address).value();
+    } else if (address.error().log) {
+        write(FacadeAccess::log(sdk), *address.error().log);
+    }
+
+    PurchaseWindowSetup setup;
+    GtkRoot* root = gtk_widget_get_root(s->self);
+    setup.host = root && GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr;
+    setup.url = std::move(url);
+    setup.purchaseCallback = s->purchaseCallback;
+    LoggerSlot* slot = &FacadeAccess::log(sdk);
+    setup.log = [slot](const LogLine& line) { write(*slot, line); };
+    setup.onClosed = [weak = Weak(s)] {
+        if (auto state = weak.lock()) state->presented = false;
+    };
+    s->presented = true;
+    presentPurchaseWindow(std::move(setup));
+}
+
+std::function<void()> actionFor(const State& s) {
+    return [weak = Weak(s)] {
+        if (auto state = weak.lock()) present(state);
+    };
+}
+
+void showPlaceholder(const State& s) {
+    s->shown.reset();
+    if (s->showsPlaceholder) return;
+    // Invisible but laid out, so it is mapped like the button would be.
+    GtkWidget* placeholder = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    gtk_widget_set_opacity(placeholder, 0.0);
+    onMap(placeholder, [weak = Weak(s)](GtkWidget*) {
+        auto state = weak.lock();
+        if (!state || !state->alive) return;
+        // Not from inside "map": the answer swaps this very widget out.
+        FacadeAccess::queue(*state->sdk).post([weak] {
+            if (auto later = weak.lock(); later && later->alive) later->sdk->cacheOffers({later->room});
+        });
+    });
+    setChild(*s, placeholder);
+    s->showsPlaceholder = true;
+}
+
+void reportShown(const State& s, GtkWidget* button) {
+    if (!s->alive || s->child != button) return;
+    if (const LXOfferResponse* response = FacadeAccess::board(*s->sdk).response(s->room))
+        FacadeAccess::onShown(*s->sdk, *response);
+    else
+        logWarn(FacadeAccess::log(*s->sdk), kNoResponseOnAppear);
+}
+
+void render(const State& s, const LXHotelsFermoSDK::Offers& offers) {
+    if (!s->alive) return;
+    const unsigned thisRender = ++s->renders;
+    const auto index = FacadeAccess::board(*s->sdk).indexOf(s->room);
+    if (!index || *index >= offers.size()) {
+        showPlaceholder(s);
+        return;
+    }
+    // A copy: the host may replace the list while it builds its widget.
+    const LXFermoOffer offer = offers[*index];
+    // An error state equals nothing, so every published error rebuilds.
+    if (s->shown && *s->shown == offer.state) return;
+
+    GtkWidget* built = s->button ? s->button(offer, actionFor(s)) : nullptr;
+    if (!built) built = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    g_object_ref_sink(built);
+    // A render started by the host while it built (or the widget's end)
+    // already decided what shows; this widget is stale.
+    if (s->alive && thisRender == s->renders) {
+        onMap(built, [weak = Weak(s)](GtkWidget* widget) {
+            if (auto state = weak.lock()) reportShown(state, widget);
+        });
+        setChild(*s, built);
+        s->showsPlaceholder = false;
+        s->shown = offer.state;
+    }
+    g_object_unref(built);
+}
+
+}  // namespace
+}  // namespace lxhf::ui
+
+// The widget: a single child laid out as the wrapper itself.
+G_BEGIN_DECLS
+#define LXHF_TYPE_FERMO_BUTTON_WRAPPER (lxhf_fermo_button_wrapper_get_type())
+G_DECLARE_FINAL_TYPE(LxhfFermoButtonWrapper, lxhf_fermo_button_wrapper, LXHF, FERMO_BUTTON_WRAPPER, GtkWidget)
+G_END_DECLS
+
+struct _LxhfFermoButtonWrapper {
+    GtkWidget parent_instance;
+    lxhf::ui::State* state;  // null once disposed
+};
+
+G_DEFINE_FINAL_TYPE(LxhfFermoButtonWrapper, lxhf_fermo_button_wrapper, GTK_TYPE_WIDGET)
+
+static void lxhf_fermo_button_wrapper_dispose(GObject* object) {
+    auto* self = LXHF_FERMO_BUTTON_WRAPPER(object);
+    if (self->state) {
+        lxhf::ui::State state = std::move(*self->state);
+        delete self->state;
+        self->state = nullptr;
+        state->alive = false;
+        state->subscription.reset();
+        if (GtkWidget* child = std::exchange(state->child, nullptr)) gtk_widget_unparent(child);
+    }
+    G_OBJECT_CLASS(lxhf_fermo_button_wrapper_parent_class)->dispose(object);
+}
+
+static void lxhf_fermo_button_wrapper_class_init(LxhfFermoButtonWrapperClass* klass) {
+    G_OBJECT_CLASS(klass)->dispose = lxhf_fermo_button_wrapper_dispose;
+    gtk_widget_class_set_layout_manager_type(GTK_WIDGET_CLASS(klass), GTK_TYPE_BIN_LAYOUT);
+    gtk_widget_class_set_css_name(GTK_WIDGET_CLASS(klass), "lxfermobuttonwrapper");
+}
+
+static void lxhf_fermo_button_wrapper_init(LxhfFermoButtonWrapper* self) { self->state = nullptr; }
+
+GtkWidget* LXFermoButtonWrapper::create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button) {
+    return create(std::move(room), std::move(purchaseCallback), std::move(button), LXHotelsFermoSDK::shared());
+}
+
+GtkWidget* LXFermoButtonWrapper::create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
+                                        LXHotelsFermoSDK& sdk) {
+    auto* self = LXHF_FERMO_BUTTON_WRAPPER(g_object_new(LXHF_TYPE_FERMO_BUTTON_WRAPPER, nullptr));
+    auto state = std::make_shared<lxhf::ui::WrapperState>(GTK_WIDGET(self), sdk, std::move(room),
+                                                          std::move(purchaseCallback), std::move(button));
+    self->state = new lxhf::ui::State(state);
+    // The current list arrives at once, so the first child is in place on return.
+    state->subscription = sdk.subscribeFermoOffers([weak = lxhf::ui::Weak(state)](const LXHotelsFermoSDK::Offers& offers) {
+        if (auto s = weak.lock()) lxhf::ui::render(s, offers);
+    });
+    return GTK_WIDGET(self);
+}

@@ -1,0 +1,243 @@
+// The offer button wrapper on a real facade against the local service, in
+// real GTK windows. Needs a display; `./dev test` provides one with Xvfb.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <webkit/webkit.h>
+
+#include "LXHotelsFermo/ui/LXFermoButtonWrapper.h"
+#include "core/CoreTestSupport.h"
+#include "model/ErrorInfo.h"
+#include "presentation/ui/WebViewController.h"
+#include "support/MainLoop.h"
+#include "testservice/FermoTestService.h"
+
+namespace lxhf::test {
+namespace {
+
+using lxhf::testing::FermoTestService;
+using lxhf::testing::PurchaseScript;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr double kPatience = 30.0;  // the first web process start is slow under Xvfb
+
+class ButtonWrapper : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        hasDisplay = gtk_init_check();
+        if (!hasDisplay) return;
+        // The service's certificate is made at start; only tests accept it.
+        webkit_network_session_set_tls_errors_policy(webkit_network_session_get_default(),
+                                                     WEBKIT_TLS_ERRORS_POLICY_IGNORE);
+        service = new FermoTestService();
+        std::string error;
+        if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
+    }
+    static void TearDownTestSuite() {
+        delete service;
+        service = nullptr;
+    }
+
+    void SetUp() override {
+        if (!hasDisplay) GTEST_SKIP() << "no display";
+        service->clear();
+        FacadeParts parts = systemParts();
+        parts.overrides.apiBase = service->apiBase();
+        parts.overrides.micrositeBase = service->micrositeBase();
+        parts.overrides.caFile = service->caFile();
+        parts.overrides.intakeUrl = service->intakeUrl();
+        parts.overrides.cacheDirectory = dir.path().string();
+        sdk = FacadeAccess::make(std::move(parts));
+        sdk->configure("partner-token", LXEnvironmentType::staging);
+        host = GTK_WINDOW(gtk_window_new());
+        column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+        gtk_window_set_child(host, column);
+        gtk_window_present(host);
+    }
+
+    void TearDown() override {
+        if (!hasDisplay) return;
+        for (GtkWindow* page : pages()) gtk_window_destroy(page);
+        gtk_window_destroy(host);
+        runMainLoopFor(0.2);
+    }
+
+    // A wrapper whose host widgets are buttons; each build is recorded as
+    // "<tag>:<state>" and its action kept.
+    GtkWidget* wrap(const LXRoomDetails& room, const std::string& tag = "w") {
+        return LXFermoButtonWrapper::create(
+            room, [this](const LXFermoPurchaseResult& r) { results.push_back(int(r.kind())); },
+            [this, tag](const LXFermoOffer& offer, std::function<void()> action) {
+                builds.push_back(tag + ":" + std::to_string(int(offer.state.kind())));
+                actions.push_back(std::move(action));
+                lastButton = gtk_button_new_with_label("Book");
+                return lastButton;
+            },
+            *sdk);
+    }
+    GtkWidget* show(GtkWidget* wrapper) {
+        gtk_box_append(GTK_BOX(column), wrapper);
+        return wrapper;
+    }
+    static std::string built(const std::string& tag, State state) { return tag + ":" + std::to_string(int(state)); }
+
+    // Windows presented over the host: the purchase pages.
+    std::vector<GtkWindow*> pages() const {
+        std::vector<GtkWindow*> out;
+        GListModel* toplevels = gtk_window_get_toplevels();
+        for (guint i = 0; i < g_list_model_get_n_items(toplevels); ++i) {
+            auto* window = GTK_WINDOW(g_list_model_get_item(toplevels, i));
+            if (gtk_window_get_transient_for(window) == host) out.push_back(window);
+            g_object_unref(window);
+        }
+        return out;
+    }
+
+    void setOffers(std::vector<LXFermoOfferState> states, const LXRoomDetails& room) {
+        LXHotelsFermoSDK::Offers offers;
+        for (auto& state : states) offers.push_back(RoomDetailsAccess::makeOffer(room, std::move(state)));
+        sdk->setFermoOffers(std::move(offers));
+    }
+
+    static inline bool hasDisplay = false;
+    static inline FermoTestService* service = nullptr;
+
+    TempDir dir;
+    std::unique_ptr<LXHotelsFermoSDK> sdk;
+    GtkWindow* host = nullptr;
+    GtkWidget* column = nullptr;
+    GtkWidget* lastButton = nullptr;
+    std::vector<std::string> builds;
+    std::vector<std::function<void()>> actions;
+    std::vector<int> results;
+};
+
+TEST_F(ButtonWrapper, AnUnknownRoomIsFetchedOnceWhenThePlaceholderMaps) {
+    const LXRoomDetails room = makeRoom("A1", "hotel-a");
+    GtkWidget* wrapper = g_object_ref_sink(wrap(room));
+    GtkWidget* placeholder = gtk_widget_get_first_child(wrapper);
+    ASSERT_NE(placeholder, nullptr);
+    EXPECT_EQ(gtk_widget_get_opacity(placeholder), 0.0);
+    runMainLoopFor(0.3);
+    EXPECT_EQ(service->count("fermo_offers"), 0) << "nothing is fetched before the placeholder appears";
+    EXPECT_THAT(builds, IsEmpty());
+
+    show(wrapper);
+    g_object_unref(wrapper);
+    ASSERT_TRUE(runMainLoopUntil([&] { return builds.size() >= 2; }, kPatience));
+    runMainLoopFor(0.3);
+    EXPECT_THAT(builds, ElementsAre(built("w", State::loading), built("w", State::available)));
+    EXPECT_EQ(service->count("fermo_offers"), 1);
+    EXPECT_EQ(gtk_widget_get_first_child(wrapper), lastButton);
+    EXPECT_THAT(service->rejected(), IsEmpty());
+}
+
+TEST_F(ButtonWrapper, FollowsTheFirstEntryOfTheRoomThroughReplacedLists) {
+    const LXRoomDetails room = makeRoom("A1", "hotel-a");
+    setOffers({LXFermoOfferState::unavailable(), LXFermoOfferState::available()}, room);
+    GtkWidget* first = g_object_ref_sink(wrap(room, "a"));
+    GtkWidget* second = g_object_ref_sink(wrap(room, "b"));
+    EXPECT_THAT(builds, ElementsAre(built("a", State::unavailable), built("b", State::unavailable)));
+
+    builds.clear();
+    setOffers({LXFermoOfferState::unavailable()}, room);  // same state: the host's widget stays
+    EXPECT_THAT(builds, IsEmpty());
+    const LXErrorInfo failure = makeError("Error fetching offer");
+    setOffers({LXFermoOfferState::error(failure)}, room);
+    setOffers({LXFermoOfferState::error(failure)}, room);  // an error equals nothing
+    EXPECT_EQ(builds.size(), 4u);
+
+    builds.clear();
+    sdk->setFermoOffers({});  // the host drops the room: back to the placeholder
+    EXPECT_EQ(gtk_widget_get_opacity(gtk_widget_get_first_child(first)), 0.0);
+    setOffers({LXFermoOfferState::error(failure)}, room);
+    EXPECT_THAT(builds, ElementsAre(built("a", State::error), built("b", State::error)));
+    g_object_unref(first);
+    g_object_unref(second);
+}
+
+TEST_F(ButtonWrapper, TheMappedButtonReportsItsOfferAsShown) {
+    const LXRoomDetails room = makeRoom("A1", "hotel-a");
+    sdk->cacheOffers({room});
+    ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::available}; }, kPatience));
+
+    show(wrap(room));
+    ASSERT_TRUE(runMainLoopUntil([&] { return service->count("events/batch") >= 1; }, kPatience));
+    const auto body = service->requests("events/batch").at(0).json();
+    ASSERT_EQ(body.size(), 1u) << body.dump();
+    EXPECT_EQ(body[0]["type"], "offer_shown") << body.dump();
+    EXPECT_EQ(body[0]["fermo_offer_id"], FacadeAccess::board(*sdk).response(room)->offer.id);
+    EXPECT_THAT(service->rejected(), IsEmpty());
+}
+
+TEST_F(ButtonWrapper, TheActionOpensThePurchasePageOverTheHostWindowOnce) {
+    service->setPurchaseScript(PurchaseScript::purchase);
+    const LXRoomDetails room = makeRoom("A1", "hotel-a");
+    sdk->cacheOffers({room});
+    ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::available}; }, kPatience));
+    show(wrap(room));
+    ASSERT_EQ(actions.size(), 1u);
+
+    actions[0]();
+    actions[0]();  // while the page is up: nothing
+    ASSERT_EQ(pages().size(), 1u);
+    GtkWindow* page = pages()[0];
+    EXPECT_TRUE(gtk_window_get_modal(page));
+    auto* controller = ui::WebViewController::from(gtk_window_get_child(page));
+    ASSERT_NE(controller, nullptr);
+
+    // The page reports a purchase, then asks to close.
+    ASSERT_TRUE(runMainLoopUntil([&] { return results.size() >= 2 && pages().empty(); }, kPatience));
+    EXPECT_THAT(results, ElementsAre(int(LXFermoPurchaseResult::Kind::purchased),
+                                     int(LXFermoPurchaseResult::Kind::cancelled)));
+    const auto loads = service->requests("/cloud/hotels/purchase");
+    ASSERT_EQ(loads.size(), 1u);
+    EXPECT_EQ(loads[0].queryValue("token"), "partner-token");
+    EXPECT_EQ(loads[0].queryValue("sessionId"), service->requests("fermo_offers").at(0).header("LX-Session-ID"));
+    char* offer = g_uri_unescape_string(loads[0].queryValue("offer").value_or("").c_str(), nullptr);
+    ASSERT_NE(offer, nullptr);
+    EXPECT_TRUE(service->verifySignatureText(offer)) << offer;
+    g_free(offer);
+
+    actions[0]();  // closed again: a fresh page
+    EXPECT_EQ(pages().size(), 1u);
+}
+
+TEST_F(ButtonWrapper, WithoutAResponseThePageSaysItCannotLoad) {
+    const LXRoomDetails room = makeRoom("A1", "hotel-a");
+    setOffers({LXFermoOfferState::loading()}, room);
+    show(wrap(room));
+    ASSERT_EQ(actions.size(), 1u);
+
+    actions[0]();
+    ASSERT_EQ(pages().size(), 1u);
+    GtkWidget* child = gtk_window_get_child(pages()[0]);
+    ASSERT_TRUE(GTK_IS_LABEL(child));
+    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(child)), "Unable to load Fermo");
+    EXPECT_EQ(service->count("fermo_offers"), 0);
+}
+
+TEST_F(ButtonWrapper, ADestroyedWrapperCallsNothingBack) {
+    const LXRoomDetails room = makeRoom("A1", "hotel-a");
+    setOffers({LXFermoOfferState::available()}, room);
+    GtkWidget* wrapper = show(wrap(room));
+    runMainLoopFor(0.1);
+    ASSERT_EQ(builds.size(), 1u);
+
+    gtk_box_remove(GTK_BOX(column), wrapper);  // the last reference: disposed
+    setOffers({LXFermoOfferState::unavailable()}, room);
+    sdk->setFermoOffers({});
+    actions[0]();
+    runMainLoopFor(0.3);
+    EXPECT_EQ(builds.size(), 1u);
+    EXPECT_THAT(pages(), IsEmpty());
+    EXPECT_EQ(service->count("fermo_offers"), 0);
+}
+
+}  // namespace
+}  // namespace lxhf::test
