@@ -67,12 +67,12 @@ void OfferPipeline::refresh(LXRefresh type) {
 
 void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
     std::unordered_map<std::size_t, std::vector<std::size_t>> batchesByKey;
-    for (std::size_t i = 0; i < queue_.size(); ++i)
-        batchesByKey[roomKeyHash(queue_[i].booking, queue_[i].hotel)].push_back(i);
+    for (std::size_t i = 0; i < queue_.size(); ++i) batchesByKey[queueKeys_[i]].push_back(i);
 
     for (const auto& room : rooms) {
         const auto& data = details(room);
-        auto& candidates = batchesByKey[roomKeyHash(data.booking, data.hotel)];
+        const std::size_t key = roomKeyHash(data.booking, data.hotel);
+        auto& candidates = batchesByKey[key];
         bool joined = false;
         for (std::size_t i : candidates) {
             if (queue_[i].booking == data.booking && queue_[i].hotel == data.hotel) {
@@ -83,6 +83,7 @@ void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
         }
         if (joined) continue;
         queue_.push_back({data.booking, data.hotel, {room}});
+        queueKeys_.push_back(key);
         candidates.push_back(queue_.size() - 1);
     }
 
@@ -202,12 +203,24 @@ void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, const std::ve
         else setErrorState(room);
         answered.insert(room);
     }
-    // Every batch holding an answered room goes, whole.
-    std::erase_if(queue_, [&](const LXRequestOffersBatch& queued) {
-        for (const auto& room : queued.roomsDetails)
-            if (answered.contains(room)) return true;
-        return false;
-    });
+    // Every batch holding an answered room goes, whole. Such a batch shares
+    // the answered batch's booking and hotel, so the key rules out the rest.
+    const std::size_t key = roomKeyHash(batch.booking, batch.hotel);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < queue_.size(); ++i) {
+        bool drop = false;
+        if (queueKeys_[i] == key)
+            for (const auto& room : queue_[i].roomsDetails)
+                if ((drop = answered.contains(room))) break;
+        if (drop) continue;
+        if (kept != i) {
+            queue_[kept] = std::move(queue_[i]);
+            queueKeys_[kept] = queueKeys_[i];
+        }
+        ++kept;
+    }
+    queue_.resize(kept);
+    queueKeys_.resize(kept);
     board_.publishIfChanged();
 }
 

@@ -55,6 +55,7 @@ private:
     LoggerSlot& log_;
     const bool& networkConnected_;
     std::vector<LXRequestOffersBatch> queue_;
+    std::vector<std::size_t> queueKeys_;  // booking-and-hotel hash of each queued batch
     std::unique_ptr<Debouncer> debouncer_;
     const LXErrorInfo fetchingError_;
 };
