@@ -134,6 +134,8 @@ TEST_F(ButtonWrapper, AnUnknownRoomIsFetchedOnceWhenThePlaceholderMaps) {
     EXPECT_THAT(builds, ElementsAre(built("w", State::loading), built("w", State::available)));
     EXPECT_EQ(service->count("fermo_offers"), 1);
     EXPECT_EQ(gtk_widget_get_first_child(wrapper), lastButton);
+    // The button that replaced the loading one while on screen counts as shown.
+    EXPECT_TRUE(runMainLoopUntil([&] { return service->count("events/batch") >= 1; }, kPatience));
     EXPECT_THAT(service->rejected(), IsEmpty());
 }
 

@@ -14,6 +14,7 @@
 #include "Demo.h"
 
 #ifdef LXFERMO_HAS_UI
+#include "LXHotelsFermo/ui/LXFermoButtonWrapper.h"
 #include "LXHotelsFermo/ui/LXPurchaseWindow.h"
 #endif
 
@@ -26,6 +27,20 @@ struct Row {
     GtkWidget* button;
     std::string lastText;
 };
+
+#ifdef LXFERMO_HAS_UI
+// The host's own button for each offer state, as a real application would make it.
+GtkWidget* makeOfferButton(const LXFermoOffer& offer, std::function<void()> action) {
+    GtkWidget* button = gtk_button_new_with_label("Freeze this price");
+    gtk_widget_set_sensitive(button, offer.state.kind() == LXFermoOfferState::Kind::available);
+    using Action = std::function<void()>;
+    g_signal_connect_data(
+        button, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) { (*static_cast<Action*>(data))(); }),
+        new Action(std::move(action)), +[](gpointer data, GClosure*) { delete static_cast<Action*>(data); },
+        GConnectFlags(0));
+    return button;
+}
+#endif
 
 struct DemoWindow {
     explicit DemoWindow(DemoSetup& setup) : demo(setup) {}
@@ -82,13 +97,21 @@ struct DemoWindow {
         gtk_box_append(GTK_BOX(texts), row.status);
         gtk_box_append(GTK_BOX(box), texts);
 
+#ifdef LXFERMO_HAS_UI
+        // The library's own wrapper: it follows the room's state, reports the
+        // offer as shown and opens the purchase page on a press.
+        row.button = LXFermoButtonWrapper::create(
+            roomOf(offer), [this](const LXFermoPurchaseResult& result) { append("Purchase result: " + result.toJSON()); },
+            &makeOfferButton, demo.sdk());
+#else
         row.button = gtk_button_new_with_label("Freeze this price");
-        gtk_widget_set_valign(row.button, GTK_ALIGN_CENTER);
         g_object_set_data(G_OBJECT(row.button), "lxfermo-row", GSIZE_TO_POINTER(rows.size()));
         g_signal_connect(row.button, "clicked", G_CALLBACK(+[](GtkButton* button, DemoWindow* self) {
                              self->tapped(GPOINTER_TO_SIZE(g_object_get_data(G_OBJECT(button), "lxfermo-row")));
                          }),
                          this);
+#endif
+        gtk_widget_set_valign(row.button, GTK_ALIGN_CENTER);
         gtk_box_append(GTK_BOX(box), row.button);
 
         gtk_list_box_append(GTK_LIST_BOX(list), box);
@@ -104,7 +127,9 @@ struct DemoWindow {
             gtk_widget_set_visible(row.spinner, loading);
             if (loading) gtk_spinner_start(GTK_SPINNER(row.spinner));
             else gtk_spinner_stop(GTK_SPINNER(row.spinner));
+#ifndef LXFERMO_HAS_UI
             gtk_widget_set_sensitive(row.button, kind == LXFermoOfferState::Kind::available);
+#endif
 
             const std::string text = demo.describe(offers[i]);
             gtk_label_set_text(GTK_LABEL(row.status), text.c_str());
@@ -113,8 +138,10 @@ struct DemoWindow {
                 append((room ? room->title : std::string("Room")) + ": " + text);
                 row.lastText = text;
             }
+#ifndef LXFERMO_HAS_UI
             // An available offer on screen counts as shown, as the button wrapper reports it.
             if (kind == LXFermoOfferState::Kind::available) demo.reportShown(roomOf(offers[i]));
+#endif
         }
     }
 

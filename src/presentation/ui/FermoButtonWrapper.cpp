@@ -71,8 +71,10 @@ void setChild(WrapperState& s, GtkWidget* widget) {
             G_PRIORITY_DEFAULT_IDLE, [](gpointer w) { g_object_unref(w); return gboolean(G_SOURCE_REMOVE); }, old,
             nullptr);
     }
-    gtk_widget_set_parent(widget, s.self);
+    // Recorded first: a mapped wrapper maps the new child inside set_parent,
+    // and its "map" handler checks that it is the current child.
     s.child = widget;
+    gtk_widget_set_parent(widget, s.self);
 }
 
 using State = std::shared_ptr<WrapperState>;
