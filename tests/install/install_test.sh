@@ -15,9 +15,17 @@ cmake -S "$source/consumer" -B "$work/cmake-build" -DCMAKE_PREFIX_PATH="$work/pr
 cmake --build "$work/cmake-build" >/dev/null
 libdir=$(dirname "$(ls "$work"/prefix/lib*/libLXHotelsFermo.so.1 | head -n1)")
 LD_LIBRARY_PATH="$libdir" "$work/cmake-build/consumer"
+if [ -e "$work/cmake-build/consumer_ui" ]; then
+  LD_LIBRARY_PATH="$libdir" "$work/cmake-build/consumer_ui"
+fi
 
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 # shellcheck disable=SC2046
 g++ -std=c++20 "$source/consumer/main.cpp" -o "$work/pc-consumer" $(pkg-config --cflags --libs lxhotelsfermo)
 LD_LIBRARY_PATH="$libdir" "$work/pc-consumer"
+if [ -e "$libdir/pkgconfig/lxhotelsfermo-ui.pc" ]; then
+  # shellcheck disable=SC2046
+  g++ -std=c++20 "$source/consumer/ui_main.cpp" -o "$work/pc-consumer-ui" $(pkg-config --cflags --libs lxhotelsfermo-ui)
+  LD_LIBRARY_PATH="$libdir" "$work/pc-consumer-ui"
+fi
 echo "install test passed"
