@@ -15,7 +15,6 @@ public:
     explicit FakeClock(WallTime start = WallTime{std::chrono::seconds{1704067200}}) : now_(start) {}
 
     WallTime now() const override { return now_; }
-    void set(WallTime time) { now_ = time; }
     void advance(Seconds step) { now_ += std::chrono::duration_cast<WallTime::duration>(step); }
 
 private:

@@ -6,14 +6,11 @@
 
 namespace lxhf::test {
 
-// A device whose answers the test sets directly.
+// A phone on system version 12.
 class FakeDeviceInfo final : public DeviceInfo {
 public:
-    bool tablet = false;
-    std::string version = "12";
-
-    bool isTablet() const override { return tablet; }
-    std::string systemVersion() const override { return version; }
+    bool isTablet() const override { return false; }
+    std::string systemVersion() const override { return "12"; }
 };
 
 }  // namespace lxhf::test

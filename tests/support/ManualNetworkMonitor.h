@@ -19,7 +19,6 @@ public:
 
     void start(std::function<void(bool satisfied)> onChange) override {
         onChange_ = std::move(onChange);
-        ++startCount_;
         if (firstReportQueue_ == nullptr) {
             onChange_(satisfied_);
             return;
@@ -35,21 +34,11 @@ public:
         satisfied_ = satisfied;
         if (onChange_) onChange_(satisfied_);
     }
-    // Delivers even an unchanged value, for handlers that must tolerate it.
-    void report(bool satisfied) {
-        satisfied_ = satisfied;
-        if (onChange_) onChange_(satisfied_);
-    }
-
-    bool satisfied() const { return satisfied_; }
-    bool started() const { return startCount_ > 0; }
-    int startCount() const { return startCount_; }
 
 private:
     bool satisfied_;
     MainQueue* firstReportQueue_;
     std::function<void(bool)> onChange_;
-    int startCount_ = 0;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
