@@ -9,10 +9,7 @@ using Json = json::Json;
 using Kind = LXFermoPurchaseResult::Kind;
 
 BridgeAction post(const Json& body) { return decodeBridgeMessage("CorvaneSDKBridge", body); }
-
 Json event(const Json& name, const Json& data = Json::object()) { return {{"eventName", name}, {"data", data}}; }
-
-const LogLine malformedLine{LogLine::Level::error, "error getting userContentController message"};
 
 void expectNothingBut(const BridgeAction& action, const LogLine& line) {
     EXPECT_FALSE(action.result.has_value());
@@ -22,87 +19,51 @@ void expectNothingBut(const BridgeAction& action, const LogLine& line) {
 }
 
 TEST(BridgeMessage, EachEventHasItsOwnEffect) {
-    const auto close = post(event("close"));
-    ASSERT_TRUE(close.result.has_value());
-    EXPECT_EQ(close.result->kind(), Kind::cancelled);
-    EXPECT_TRUE(close.dismiss);
-    EXPECT_FALSE(close.stopSpinner);
-
-    const auto ready = post(event("ready", {{"anything", 1}}));
-    EXPECT_FALSE(ready.result.has_value());
-    EXPECT_TRUE(ready.stopSpinner);
-    EXPECT_FALSE(ready.dismiss);
-
-    // The page stays up after a purchase.
-    const auto purchased = post(event("purchased"));
-    ASSERT_TRUE(purchased.result.has_value());
-    EXPECT_EQ(purchased.result->kind(), Kind::purchased);
-    EXPECT_FALSE(purchased.dismiss);
-
-    for (const auto* action : {&close, &ready, &purchased}) EXPECT_FALSE(action->log.has_value());
-}
-
-TEST(BridgeMessage, ErrorCarriesThePagesMessageOrAFixedOne) {
-    const auto withMessage = post(event("error", {{"message", "Card declined"}}));
-    ASSERT_TRUE(withMessage.result.has_value());
-    ASSERT_EQ(withMessage.result->kind(), Kind::error);
-    EXPECT_EQ(withMessage.result->errorInfo()->message(), "Card declined");
-    EXPECT_FALSE(withMessage.result->errorInfo()->code().has_value());
-    EXPECT_TRUE(withMessage.dismiss);
-
-    for (const Json& data : {Json::object(), Json{{"message", 42}}, Json{{"message", nullptr}}, Json{{"text", "x"}}}) {
-        const auto action = post(event("error", data));
-        ASSERT_TRUE(action.result.has_value()) << data;
-        ASSERT_EQ(action.result->kind(), Kind::error);
-        EXPECT_EQ(action.result->errorInfo()->message(), "Unable to access microsite error message") << data;
-        EXPECT_TRUE(action.dismiss);
-        EXPECT_FALSE(action.log.has_value());
+    struct Case {
+        BridgeAction action;
+        std::optional<Kind> kind;
+        bool dismiss, stopSpinner;
+        std::string message;
+    };
+    const std::string fallback = "Unable to access microsite error message";
+    const Case cases[] = {
+        {post(event("close")), Kind::cancelled, true, false, ""},
+        {post(event("ready", {{"anything", 1}})), std::nullopt, false, true, ""},
+        {post(event("purchased")), Kind::purchased, false, false, ""},  // the page stays up
+        {post(event("error", {{"message", "Card declined"}})), Kind::error, true, false, "Card declined"},
+        {post(event("error")), Kind::error, true, false, fallback},
+        {post(event("error", {{"message", 42}})), Kind::error, true, false, fallback},
+        {post(event("error", {{"message", nullptr}})), Kind::error, true, false, fallback},
+        {post(event("error", {{"text", "x"}})), Kind::error, true, false, fallback},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.message + " case " + std::to_string(&c - cases));
+        ASSERT_EQ(c.action.result.has_value(), c.kind.has_value());
+        if (c.kind) EXPECT_EQ(c.action.result->kind(), *c.kind);
+        EXPECT_EQ(c.action.dismiss, c.dismiss);
+        EXPECT_EQ(c.action.stopSpinner, c.stopSpinner);
+        EXPECT_FALSE(c.action.log.has_value());
+        if (c.kind == Kind::error) {
+            EXPECT_EQ(c.action.result->errorInfo()->message(), c.message);
+            EXPECT_FALSE(c.action.result->errorInfo()->code().has_value());
+        }
     }
 }
 
-TEST(BridgeMessage, OtherNamesAreUnknownEventsWhateverTheirCase) {
+TEST(BridgeMessage, UnknownAndMalformedMessagesAreOnlyLogged) {
     for (const char* name : {"Close", "READY", "purchase", "error ", ""})
         expectNothingBut(post(event(name)), {LogLine::Level::warn, "Microsite event: unknown"});
-}
 
-TEST(BridgeMessage, MalformedMessagesAreLoggedAndIgnored) {
-    const Json bodies[] = {
-        Json::array({"close", Json::object()}),
-        Json("close"),
-        Json(nullptr),
-        Json{{"data", Json::object()}},
-        Json{{"eventName", "close"}},
-        event(7),
-        event(nullptr),
-        event("close", Json::array()),
-        event("close", "text"),
-        event("close", nullptr),
-    };
+    const LogLine malformed{LogLine::Level::error, "error getting userContentController message"};
+    const Json bodies[] = {Json::array({"close", Json::object()}), Json("close"), Json(nullptr),
+                           Json{{"data", Json::object()}}, Json{{"eventName", "close"}}, event(7), event(nullptr),
+                           event("close", Json::array()), event("close", "text"), event("close", nullptr)};
     for (const auto& body : bodies) {
         SCOPED_TRACE(body.dump());
-        expectNothingBut(post(body), malformedLine);
+        expectNothingBut(post(body), malformed);
     }
-}
-
-TEST(BridgeMessage, AnotherHandlersMessageIsMalformed) {
-    expectNothingBut(decodeBridgeMessage("corvaneSDKBridge", event("close")), malformedLine);
-    expectNothingBut(decodeBridgeMessage("OtherBridge", event("close")), malformedLine);
-}
-
-TEST(BridgeMessage, TheInjectedScriptIsTheSystemsOwn) {
-    EXPECT_EQ(kBridgeHandlerName, "CorvaneSDKBridge");
-    EXPECT_EQ(kBridgeUserScript,
-              "    if (typeof window.CorvaneSDKBridge === 'undefined') {\n"
-              "        window.CorvaneSDKBridge = {\n"
-              "            event: function(eventName, data) {\n"
-              "                if (!data) {\n"
-              "                    data = {};\n"
-              "                }\n"
-              "                window.webkit.messageHandlers.CorvaneSDKBridge.postMessage("
-              "{eventName: eventName, data: data});\n"
-              "            }\n"
-              "        };\n"
-              "    }");
+    expectNothingBut(decodeBridgeMessage("corvaneSDKBridge", event("close")), malformed);
+    expectNothingBut(decodeBridgeMessage("OtherBridge", event("close")), malformed);
 }
 
 }  // namespace

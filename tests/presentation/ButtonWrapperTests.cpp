@@ -1,9 +1,4 @@
-// The offer button wrapper on a real facade against the local service, in
-// real GTK windows. Needs a display; `./dev test` provides one with Xvfb.
-
-#include <memory>
-#include <string>
-#include <vector>
+// The offer button wrapper on a real facade against the local service, in real GTK windows (needs Xvfb).
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,28 +15,25 @@ namespace lxhf::test {
 namespace {
 
 using lxhf::testing::FermoTestService;
-using lxhf::testing::PurchaseScript;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using Kind = LXFermoPurchaseResult::Kind;
 
 constexpr double kPatience = 30.0;  // the first web process start is slow under Xvfb
+
+std::string built(const std::string& tag, State state) { return tag + ":" + std::to_string(int(state)); }
 
 class ButtonWrapper : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        hasDisplay = gtk_init_check();
-        if (!hasDisplay) return;
-        // The service's certificate is made at start; only tests accept it.
+        if (!(hasDisplay = gtk_init_check())) return;
         webkit_network_session_set_tls_errors_policy(webkit_network_session_get_default(),
-                                                     WEBKIT_TLS_ERRORS_POLICY_IGNORE);
+                                                     WEBKIT_TLS_ERRORS_POLICY_IGNORE);  // the service's own cert
         service = new FermoTestService();
         std::string error;
         if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
     }
-    static void TearDownTestSuite() {
-        delete service;
-        service = nullptr;
-    }
+    static void TearDownTestSuite() { delete service; }
 
     void SetUp() override {
         if (!hasDisplay) GTEST_SKIP() << "no display";
@@ -59,7 +51,6 @@ protected:
         gtk_window_set_child(host, column);
         gtk_window_present(host);
     }
-
     void TearDown() override {
         if (!hasDisplay) return;
         for (GtkWindow* page : pages()) gtk_window_destroy(page);
@@ -67,26 +58,20 @@ protected:
         runMainLoopFor(0.2);
     }
 
-    // A wrapper whose host widgets are buttons; each build is recorded as
-    // "<tag>:<state>" and its action kept.
+    // Each build of the host's button is recorded as "<tag>:<state>" and its action kept.
     GtkWidget* wrap(const LXRoomDetails& room, const std::string& tag = "w") {
         return LXFermoButtonWrapper::create(
-            room, [this](const LXFermoPurchaseResult& r) { results.push_back(int(r.kind())); },
+            room, [this](const LXFermoPurchaseResult& r) { results.push_back(r.kind()); },
             [this, tag](const LXFermoOffer& offer, std::function<void()> action) {
                 builds.push_back(tag + ":" + std::to_string(int(offer.state.kind())));
                 actions.push_back(std::move(action));
-                lastButton = gtk_button_new_with_label("Book");
-                return lastButton;
+                return lastButton = gtk_button_new_with_label("Book");
             },
             *sdk);
     }
-    GtkWidget* show(GtkWidget* wrapper) {
-        gtk_box_append(GTK_BOX(column), wrapper);
-        return wrapper;
-    }
-    static std::string built(const std::string& tag, State state) { return tag + ":" + std::to_string(int(state)); }
+    GtkWidget* show(GtkWidget* wrapper) { return gtk_box_append(GTK_BOX(column), wrapper), wrapper; }
 
-    // Windows presented over the host: the purchase pages.
+    // The purchase pages: windows presented over the host.
     std::vector<GtkWindow*> pages() const {
         std::vector<GtkWindow*> out;
         GListModel* toplevels = gtk_window_get_toplevels();
@@ -106,7 +91,6 @@ protected:
 
     static inline bool hasDisplay = false;
     static inline FermoTestService* service = nullptr;
-
     TempDir dir;
     std::unique_ptr<LXHotelsFermoSDK> sdk;
     GtkWindow* host = nullptr;
@@ -114,11 +98,11 @@ protected:
     GtkWidget* lastButton = nullptr;
     std::vector<std::string> builds;
     std::vector<std::function<void()>> actions;
-    std::vector<int> results;
+    std::vector<Kind> results;
+    const LXRoomDetails room = makeRoom("A1", "hotel-a");
 };
 
 TEST_F(ButtonWrapper, AnUnknownRoomIsFetchedOnceWhenThePlaceholderMaps) {
-    const LXRoomDetails room = makeRoom("A1", "hotel-a");
     GtkWidget* wrapper = g_object_ref_sink(wrap(room));
     GtkWidget* placeholder = gtk_widget_get_first_child(wrapper);
     ASSERT_NE(placeholder, nullptr);
@@ -135,12 +119,15 @@ TEST_F(ButtonWrapper, AnUnknownRoomIsFetchedOnceWhenThePlaceholderMaps) {
     EXPECT_EQ(service->count("fermo_offers"), 1);
     EXPECT_EQ(gtk_widget_get_first_child(wrapper), lastButton);
     // The button that replaced the loading one while on screen counts as shown.
-    EXPECT_TRUE(runMainLoopUntil([&] { return service->count("events/batch") >= 1; }, kPatience));
+    ASSERT_TRUE(runMainLoopUntil([&] { return service->count("events/batch") >= 1; }, kPatience));
+    const auto body = service->requests("events/batch").at(0).json();
+    ASSERT_EQ(body.size(), 1u) << body.dump();
+    EXPECT_EQ(body[0]["type"], "offer_shown") << body.dump();
+    EXPECT_EQ(body[0]["fermo_offer_id"], FacadeAccess::board(*sdk).response(room)->offer.id);
     EXPECT_THAT(service->rejected(), IsEmpty());
 }
 
 TEST_F(ButtonWrapper, FollowsTheFirstEntryOfTheRoomThroughReplacedLists) {
-    const LXRoomDetails room = makeRoom("A1", "hotel-a");
     setOffers({LXFermoOfferState::unavailable(), LXFermoOfferState::available()}, room);
     GtkWidget* first = g_object_ref_sink(wrap(room, "a"));
     GtkWidget* second = g_object_ref_sink(wrap(room, "b"));
@@ -163,40 +150,23 @@ TEST_F(ButtonWrapper, FollowsTheFirstEntryOfTheRoomThroughReplacedLists) {
     g_object_unref(second);
 }
 
-TEST_F(ButtonWrapper, TheMappedButtonReportsItsOfferAsShown) {
-    const LXRoomDetails room = makeRoom("A1", "hotel-a");
-    sdk->cacheOffers({room});
-    ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::available}; }, kPatience));
-
-    show(wrap(room));
-    ASSERT_TRUE(runMainLoopUntil([&] { return service->count("events/batch") >= 1; }, kPatience));
-    const auto body = service->requests("events/batch").at(0).json();
-    ASSERT_EQ(body.size(), 1u) << body.dump();
-    EXPECT_EQ(body[0]["type"], "offer_shown") << body.dump();
-    EXPECT_EQ(body[0]["fermo_offer_id"], FacadeAccess::board(*sdk).response(room)->offer.id);
-    EXPECT_THAT(service->rejected(), IsEmpty());
-}
-
-TEST_F(ButtonWrapper, TheActionOpensThePurchasePageOverTheHostWindowOnce) {
-    service->setPurchaseScript(PurchaseScript::purchase);
-    const LXRoomDetails room = makeRoom("A1", "hotel-a");
+TEST_F(ButtonWrapper, TheActionOpensOneSignedPurchasePageOverTheHostWindow) {
+    service->setPurchaseScript(lxhf::testing::PurchaseScript::purchase);
     sdk->cacheOffers({room});
     ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::available}; }, kPatience));
     show(wrap(room));
+    ASSERT_TRUE(runMainLoopUntil([&] { return service->count("events/batch") >= 1; }, kPatience)) << "shown";
     ASSERT_EQ(actions.size(), 1u);
 
     actions[0]();
     actions[0]();  // while the page is up: nothing
     ASSERT_EQ(pages().size(), 1u);
-    GtkWindow* page = pages()[0];
-    EXPECT_TRUE(gtk_window_get_modal(page));
-    auto* controller = ui::WebViewController::from(gtk_window_get_child(page));
-    ASSERT_NE(controller, nullptr);
+    EXPECT_TRUE(gtk_window_get_modal(pages()[0]));
+    ASSERT_NE(ui::WebViewController::from(gtk_window_get_child(pages()[0])), nullptr);
 
     // The page reports a purchase, then asks to close.
     ASSERT_TRUE(runMainLoopUntil([&] { return results.size() >= 2 && pages().empty(); }, kPatience));
-    EXPECT_THAT(results, ElementsAre(int(LXFermoPurchaseResult::Kind::purchased),
-                                     int(LXFermoPurchaseResult::Kind::cancelled)));
+    EXPECT_THAT(results, ElementsAre(Kind::purchased, Kind::cancelled));
     const auto loads = service->requests("/cloud/hotels/purchase");
     ASSERT_EQ(loads.size(), 1u);
     EXPECT_EQ(loads[0].queryValue("token"), "partner-token");
@@ -211,11 +181,9 @@ TEST_F(ButtonWrapper, TheActionOpensThePurchasePageOverTheHostWindowOnce) {
 }
 
 TEST_F(ButtonWrapper, WithoutAResponseThePageSaysItCannotLoad) {
-    const LXRoomDetails room = makeRoom("A1", "hotel-a");
     setOffers({LXFermoOfferState::loading()}, room);
     show(wrap(room));
     ASSERT_EQ(actions.size(), 1u);
-
     actions[0]();
     ASSERT_EQ(pages().size(), 1u);
     GtkWidget* child = gtk_window_get_child(pages()[0]);
@@ -225,7 +193,6 @@ TEST_F(ButtonWrapper, WithoutAResponseThePageSaysItCannotLoad) {
 }
 
 TEST_F(ButtonWrapper, ADestroyedWrapperCallsNothingBack) {
-    const LXRoomDetails room = makeRoom("A1", "hotel-a");
     setOffers({LXFermoOfferState::available()}, room);
     GtkWidget* wrapper = show(wrap(room));
     runMainLoopFor(0.1);

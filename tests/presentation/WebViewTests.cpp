@@ -1,9 +1,4 @@
-// The purchase page in a real WebKitGTK view, against the local service's
-// page. Needs a display; `./dev test` provides one with Xvfb.
-
-#include <memory>
-#include <string>
-#include <vector>
+// The purchase page in a real WebKitGTK view against the local service's page; needs a display (Xvfb).
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,12 +12,10 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::StartsWith;
 
 constexpr double kPageTimeout = 30.0;  // the first web process start is slow under Xvfb
 
-class RecordingLauncher final : public ui::UriLauncher {
-public:
+struct RecordingLauncher final : ui::UriLauncher {
     void launch(const std::string& uri, GtkWindow*) override { uris.push_back(uri); }
     std::vector<std::string> uris;
 };
@@ -37,58 +30,42 @@ std::string describe(const LXFermoPurchaseResult& result) {
     return "?";
 }
 
-// Runs a script in the page and gives back its value as text.
+// Runs a script in the page; its value as text.
 std::string evaluate(WebKitWebView* view, const std::string& script) {
-    struct Outcome {
-        bool done = false;
-        std::string text;
-    };
-    auto outcome = std::make_shared<Outcome>();
+    auto text = std::make_shared<std::optional<std::string>>();
     webkit_web_view_evaluate_javascript(
         view, script.c_str(), -1, nullptr, nullptr, nullptr,
         [](GObject* source, GAsyncResult* result, gpointer data) {
-            std::unique_ptr<std::shared_ptr<Outcome>> out(static_cast<std::shared_ptr<Outcome>*>(data));
-            GError* error = nullptr;
-            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error);
-            if (value) {
-                char* text = jsc_value_to_string(value);
-                (*out)->text = text;
-                g_free(text);
-                g_object_unref(value);
-            } else {
-                (*out)->text = std::string("(script failed: ") + error->message + ")";
-                g_error_free(error);
-            }
-            (*out)->done = true;
+            std::unique_ptr<std::shared_ptr<std::optional<std::string>>> out(
+                static_cast<std::shared_ptr<std::optional<std::string>>*>(data));
+            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr);
+            char* str = value ? jsc_value_to_string(value) : g_strdup("(script failed)");
+            **out = str;
+            g_free(str);
+            if (value) g_object_unref(value);
         },
-        new std::shared_ptr<Outcome>(outcome));
-    EXPECT_TRUE(runMainLoopUntil([&] { return outcome->done; }, kPageTimeout));
-    return outcome->text;
+        new std::shared_ptr<std::optional<std::string>>(text));
+    EXPECT_TRUE(runMainLoopUntil([&] { return text->has_value(); }, kPageTimeout));
+    return text->value_or("");
 }
 
 class PurchasePage : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        hasDisplay = gtk_init_check();
-        if (!hasDisplay) return;
+        if (!(hasDisplay = gtk_init_check())) return;
         service = new testing::FermoTestService();
         std::string error;
         if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
     }
-    static void TearDownTestSuite() {
-        delete service;
-        service = nullptr;
-    }
+    static void TearDownTestSuite() { delete service; }
 
     void SetUp() override {
         if (!hasDisplay) GTEST_SKIP() << "no display";
-        // The service's certificate is made at start; only tests accept it.
-        session = webkit_network_session_new_ephemeral();
+        session = webkit_network_session_new_ephemeral();  // accepts the service's own certificate
         webkit_network_session_set_tls_errors_policy(session, WEBKIT_TLS_ERRORS_POLICY_IGNORE);
         host = GTK_WINDOW(gtk_window_new());
         gtk_window_present(host);
     }
-
     void TearDown() override {
         if (!hasDisplay) return;
         if (window && !closed) gtk_window_destroy(window);
@@ -121,7 +98,6 @@ protected:
 
     static inline bool hasDisplay = false;
     static inline testing::FermoTestService* service = nullptr;
-
     WebKitNetworkSession* session = nullptr;
     GtkWindow* host = nullptr;
     GtkWindow* window = nullptr;
@@ -131,41 +107,12 @@ protected:
     std::vector<LogLine> logs;
 };
 
-TEST_F(PurchasePage, ReadyStopsTheSpinnerAndKeepsThePageUp) {
+TEST_F(PurchasePage, ReadyStopsTheSpinnerAndMessagesThatAreNotEventsAreOnlyLogged) {
     open("ready");
     EXPECT_TRUE(page().spinnerSpinning());
-    ASSERT_TRUE(waitUntilReady());
-    runMainLoopFor(0.3);
-    EXPECT_FALSE(closed);
-    EXPECT_THAT(results, IsEmpty());
-    EXPECT_THAT(logs, IsEmpty());
     EXPECT_EQ(gtk_window_get_transient_for(window), host);
-}
-
-TEST_F(PurchasePage, PurchaseThenCloseArriveInOrderAndDismiss) {
-    open("purchase");
-    ASSERT_TRUE(waitUntilClosed());
-    EXPECT_THAT(results, ElementsAre("purchased", "cancelled"));
-    EXPECT_THAT(logs, IsEmpty());
-}
-
-TEST_F(PurchasePage, CloseAndErrorDismissWithTheirResults) {
-    open("close");
-    ASSERT_TRUE(waitUntilClosed());
-    EXPECT_THAT(results, ElementsAre("cancelled"));
-
-    open("error");
-    ASSERT_TRUE(waitUntilClosed());
-    EXPECT_THAT(results, ElementsAre("error: Card declined"));
-
-    open("error-nomessage");
-    ASSERT_TRUE(waitUntilClosed());
-    EXPECT_THAT(results, ElementsAre("error: Unable to access microsite error message"));
-}
-
-TEST_F(PurchasePage, MessagesThatAreNotEventsAreOnlyLogged) {
-    open("ready");
     ASSERT_TRUE(waitUntilReady());
+    EXPECT_THAT(logs, IsEmpty());
     evaluate(page().webView(),
              "window.webkit.messageHandlers.CorvaneSDKBridge.postMessage('close');"
              "window.webkit.messageHandlers.CorvaneSDKBridge.postMessage({eventName: 'close'});"
@@ -178,9 +125,23 @@ TEST_F(PurchasePage, MessagesThatAreNotEventsAreOnlyLogged) {
     EXPECT_FALSE(closed);
 }
 
+TEST_F(PurchasePage, PurchaseCloseAndErrorArriveInOrderAndDismiss) {
+    const std::pair<std::string, std::vector<std::string>> cases[] = {
+        {"purchase", {"purchased", "cancelled"}},
+        {"close", {"cancelled"}},
+        {"error", {"error: Card declined"}},
+        {"error-nomessage", {"error: Unable to access microsite error message"}},
+    };
+    for (const auto& [script, expected] : cases) {
+        open(script);
+        ASSERT_TRUE(waitUntilClosed()) << script;
+        EXPECT_EQ(results, expected);
+        EXPECT_THAT(logs, IsEmpty());
+    }
+}
+
 TEST_F(PurchasePage, NewWindowLinksGoToTheLauncher) {
-    open("newwindow");
-    // The page follows its link from script, which WebKit treats as a pop-up.
+    open("newwindow");  // the page follows its link from script, which WebKit treats as a pop-up
     webkit_settings_set_javascript_can_open_windows_automatically(webkit_web_view_get_settings(page().webView()),
                                                                   TRUE);
     ASSERT_TRUE(runMainLoopUntil([&] { return !launcher->uris.empty(); }, kPageTimeout));
@@ -190,7 +151,7 @@ TEST_F(PurchasePage, NewWindowLinksGoToTheLauncher) {
     EXPECT_FALSE(closed);
 }
 
-TEST_F(PurchasePage, LoadFailureKeepsTheSpinnerByDefault) {
+TEST_F(PurchasePage, LoadFailuresAndSilentPagesAreErrorsOnlyWhenAskedFor) {
     open("fail");
     bool failed = false;
     g_signal_connect(page().webView(), "load-failed",
@@ -205,22 +166,17 @@ TEST_F(PurchasePage, LoadFailureKeepsTheSpinnerByDefault) {
     EXPECT_THAT(results, IsEmpty());
     EXPECT_FALSE(closed);
     g_signal_handlers_disconnect_by_data(page().webView(), &failed);
-}
 
-TEST_F(PurchasePage, LoadFailureIsAnErrorWhenAskedFor) {
     open("fail", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
     ASSERT_TRUE(waitUntilClosed());
     ASSERT_EQ(results.size(), 1u);
-    EXPECT_THAT(results[0], StartsWith("error: Unable to load the purchase page: "));
-}
+    EXPECT_THAT(results[0], ::testing::StartsWith("error: Unable to load the purchase page: "));
 
-TEST_F(PurchasePage, ASilentPageIsAnErrorAfterTheReadyDeadline) {
     open("never-ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 1.5});
     ASSERT_TRUE(waitUntilClosed());
     EXPECT_THAT(results, ElementsAre("error: The purchase page was not ready within 1.5 seconds"));
 
-    // Long enough for a page under load to get ready, then waited out.
-    const gint64 opened = g_get_monotonic_time();
+    const gint64 opened = g_get_monotonic_time();  // a page that gets ready in time outlives the deadline
     open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 4});
     ASSERT_TRUE(waitUntilReady()) << (results.empty() ? "" : results[0]);
     runMainLoopFor(4.5 - static_cast<double>(g_get_monotonic_time() - opened) / 1e6);
@@ -233,14 +189,12 @@ TEST_F(PurchasePage, ClosingTheWindowRemovesTheBridge) {
     ASSERT_TRUE(waitUntilReady());
     EXPECT_EQ(evaluate(page().webView(), "typeof window.CorvaneSDKBridge"), "object");
     auto* manager = WEBKIT_USER_CONTENT_MANAGER(g_object_ref(page().contentManager()));
-
     gtk_window_close(window);  // as a user would
     ASSERT_TRUE(waitUntilClosed());
 
     // Registering succeeds only when no handler of that name is left.
     EXPECT_TRUE(webkit_user_content_manager_register_script_message_handler(manager, "CorvaneSDKBridge", nullptr));
     webkit_user_content_manager_unregister_script_message_handler(manager, "CorvaneSDKBridge", nullptr);
-
     // A fresh page on the same manager gets no bridge script.
     auto* view = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager,
                                               "network-session", session, nullptr));

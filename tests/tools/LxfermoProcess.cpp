@@ -3,27 +3,26 @@
 #include "support/MainLoop.h"
 
 namespace lxhf::test {
+namespace {
 
-LxfermoProcess::LxfermoProcess(const std::vector<std::string>& args) : cancellable_(g_cancellable_new()) {
+GSubprocess* spawn(const std::vector<std::string>& args, GSubprocessFlags flags) {
     std::vector<const char*> argv{LXFERMO_BINARY};
     for (const auto& a : args) argv.push_back(a.c_str());
     argv.push_back(nullptr);
-    GError* error = nullptr;
-    process_ = g_subprocess_newv(argv.data(),
-                                 GSubprocessFlags(G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE |
-                                                  G_SUBPROCESS_FLAGS_STDERR_PIPE),
-                                 &error);
-    if (!process_) {
-        g_error_free(error);
-        return;
-    }
-    out_ = g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_));
+    return g_subprocess_newv(argv.data(), GSubprocessFlags(flags | G_SUBPROCESS_FLAGS_STDOUT_PIPE |
+                                                           G_SUBPROCESS_FLAGS_STDERR_PIPE), nullptr);
+}
+
+}  // namespace
+
+LxfermoProcess::LxfermoProcess(const std::vector<std::string>& args)
+    : process_(spawn(args, G_SUBPROCESS_FLAGS_STDIN_PIPE)), cancellable_(g_cancellable_new()) {
+    if (process_) out_ = g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_));
 }
 
 LxfermoProcess::~LxfermoProcess() {
     g_cancellable_cancel(cancellable_);
-    // Let a cancelled read deliver its callback while we still exist.
-    runMainLoopUntil([this] { return !reading_; }, 2);
+    runMainLoopUntil([this] { return !reading_; }, 2);  // let a cancelled read call back while we exist
     if (process_) {
         g_subprocess_force_exit(process_);
         g_subprocess_wait(process_, nullptr, nullptr);
@@ -34,10 +33,10 @@ LxfermoProcess::~LxfermoProcess() {
 }
 
 void LxfermoProcess::send(const std::string& line) {
-    if (!process_) return;
     const std::string text = line + "\n";
-    g_output_stream_write_all(g_subprocess_get_stdin_pipe(process_), text.data(), text.size(), nullptr, nullptr,
-                              nullptr);
+    if (process_)
+        g_output_stream_write_all(g_subprocess_get_stdin_pipe(process_), text.data(), text.size(), nullptr, nullptr,
+                                  nullptr);
 }
 
 void LxfermoProcess::closeInput() {
@@ -69,28 +68,20 @@ void LxfermoProcess::readLine() {
 }
 
 std::optional<std::string> LxfermoProcess::nextLine(double timeoutSeconds) {
-    runMainLoopUntil(
-        [this] {
-            readLine();
-            return !lines_.empty() || ended_;
-        },
-        timeoutSeconds);
+    runMainLoopUntil([this] { return readLine(), !lines_.empty() || ended_; }, timeoutSeconds);
     if (lines_.empty()) return std::nullopt;
     std::string line = std::move(lines_.front());
     lines_.pop_front();
     return line;
 }
 
-std::optional<nlohmann::json> LxfermoProcess::nextEvent(double timeoutSeconds) {
+std::optional<Json> LxfermoProcess::nextEvent(double timeoutSeconds) {
     auto line = nextLine(timeoutSeconds);
     if (!line) return std::nullopt;
-    auto event = nlohmann::json::parse(*line, nullptr, false);
-    seen_.push_back(event);
-    return event;
+    return seen_.emplace_back(Json::parse(*line, nullptr, false));
 }
 
-std::optional<nlohmann::json> LxfermoProcess::eventWhere(const std::function<bool(const nlohmann::json&)>& match,
-                                                         double timeoutSeconds) {
+std::optional<Json> LxfermoProcess::eventWhere(const std::function<bool(const Json&)>& match, double timeoutSeconds) {
     const gint64 deadline = g_get_monotonic_time() + gint64(timeoutSeconds * G_USEC_PER_SEC);
     while (g_get_monotonic_time() < deadline) {
         auto event = nextEvent(double(deadline - g_get_monotonic_time()) / G_USEC_PER_SEC);
@@ -112,31 +103,15 @@ std::optional<int> LxfermoProcess::exitCode(double timeoutSeconds) {
         runMainLoopUntil([&] { return done; }, 2);
         return std::nullopt;
     }
-    return g_subprocess_get_if_exited(process_) ? std::optional(g_subprocess_get_exit_status(process_))
-                                                : std::nullopt;
-}
-
-std::string LxfermoProcess::standardError() {
-    if (!process_) return {};
-    GBytes* bytes = g_input_stream_read_bytes(g_subprocess_get_stderr_pipe(process_), 1 << 16, nullptr, nullptr);
-    if (!bytes) return {};
-    gsize size = 0;
-    const auto* data = static_cast<const char*>(g_bytes_get_data(bytes, &size));
-    std::string text(data ? data : "", size);
-    g_bytes_unref(bytes);
-    return text;
+    if (!g_subprocess_get_if_exited(process_)) return std::nullopt;
+    return g_subprocess_get_exit_status(process_);
 }
 
 RunResult runLxfermo(const std::vector<std::string>& args) {
-    std::vector<const char*> argv{LXFERMO_BINARY};
-    for (const auto& a : args) argv.push_back(a.c_str());
-    argv.push_back(nullptr);
     RunResult run;
-    GSubprocess* process = g_subprocess_newv(
-        argv.data(), GSubprocessFlags(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_PIPE), nullptr);
+    GSubprocess* process = spawn(args, G_SUBPROCESS_FLAGS_NONE);
     if (!process) return run;
-    char* out = nullptr;
-    char* err = nullptr;
+    char *out = nullptr, *err = nullptr;
     if (g_subprocess_communicate_utf8(process, nullptr, nullptr, &out, &err, nullptr) &&
         g_subprocess_get_if_exited(process))
         run.exitCode = g_subprocess_get_exit_status(process);
