@@ -18,7 +18,7 @@ HttpRequest to(std::string url, double timeout = 60) {
     return r;
 }
 
-// Other areas' unit tests lean on this fake's script rules; they are pinned here.
+
 TEST(FakeHttpClient, AnswersByScriptLaterOnTheQueueAndHoldsTheRest) {
     test::ManualQueue queue;
     std::vector<std::string> got;

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 #include <libsoup/soup.h>
 
-#include <memory>
 #include <optional>
-#include <string>
 
 #include "platform/LibsoupHttpClient.h"
 #include "support/MainLoop.h"
@@ -11,8 +9,7 @@
 namespace lxhf {
 namespace {
 
-// A plain-HTTP libsoup server on 127.0.0.1 and a random port, run by the
-// same default main context as the client.
+// A plain-HTTP server on 127.0.0.1, run by the client's default main context.
 class LocalServer {
 public:
     LocalServer() : server_(soup_server_new(nullptr, nullptr)) {
@@ -120,7 +117,7 @@ TEST(LibsoupHttpClient, SendsTheRequestAndReturnsStatusHeadersAndBodyOverOneConn
     EXPECT_EQ(first.calls + second.calls, 2);
 }
 
-TEST(LibsoupHttpClient, TimeoutIsPerRequest) {
+TEST(LibsoupHttpClient, TimeoutIsPerRequestAndTransportFailuresAreDescribedErrors) {
     LocalServer server;
     LibsoupHttpClient client;
     Outcome hung, slow;
@@ -134,16 +131,13 @@ TEST(LibsoupHttpClient, TimeoutIsPerRequest) {
     EXPECT_EQ((*slow.result)->body, "slow");
     test::runMainLoopFor(0.05);
     EXPECT_EQ(hung.calls, 1);
-}
 
-TEST(LibsoupHttpClient, TransportFailuresAreDescribedErrors) {
     std::string closedPort;
     {
         LocalServer gone;
         closedPort = gone.url("/echo");
     }
-    LocalServer server;
-    LibsoupHttpClient client;
+    server.hits = 0;
     Outcome refused, dropped, invalidUrl, badHeader;
     client.send(request("POST", closedPort), refused.callback());
     client.send(request("POST", server.url("/drop")), dropped.callback());
@@ -154,10 +148,7 @@ TEST(LibsoupHttpClient, TransportFailuresAreDescribedErrors) {
     EXPECT_FALSE(invalidUrl.arrived());  // never inside send()
     ASSERT_TRUE(test::runMainLoopUntil(
         [&] { return refused.arrived() && dropped.arrived() && invalidUrl.arrived() && badHeader.arrived(); }));
-    for (auto* outcome : {&refused, &dropped, &invalidUrl, &badHeader}) {
-        ASSERT_FALSE(outcome->result->ok());
-        EXPECT_FALSE(outcome->failure().empty());
-    }
+    for (auto* outcome : {&refused, &dropped, &invalidUrl, &badHeader}) ASSERT_FALSE(outcome->result->ok());
     EXPECT_NE(refused.failure().find("refused"), std::string::npos) << refused.failure();
     EXPECT_NE(invalidUrl.failure().find("not a url at all"), std::string::npos);
     EXPECT_EQ(server.hits, 1);  // the bad header never left the client

@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <vector>
-
 #include "platform/GLibMainQueue.h"
 #include "platform/SystemDeviceInfo.h"
 #include "platform/SystemNetworkMonitor.h"
@@ -15,15 +12,13 @@ TEST(SystemDeviceInfo, VersionIdIsReadUnquotedAndTheDeviceIsNoTabletUnlessSaid) 
     EXPECT_EQ(SystemDeviceInfo::versionIdOf("NAME=\"Debian GNU/Linux\"\nVERSION_ID=\"12\"\nID=debian\n"), "12");
     EXPECT_EQ(SystemDeviceInfo::versionIdOf("ID=fedora\nVERSION_ID=39\r\n"), "39");
     EXPECT_EQ(SystemDeviceInfo::versionIdOf("ID=ubuntu\nVERSION_ID='22.04'"), "22.04");
-    EXPECT_EQ(SystemDeviceInfo::versionIdOf("ID=arch\nBUILD_ID=rolling\n"), "");
-    EXPECT_EQ(SystemDeviceInfo::versionIdOf("MY_VERSION_ID=7\n"), "");
-
+    EXPECT_EQ(SystemDeviceInfo::versionIdOf("ID=arch\nMY_VERSION_ID=7\n"), "");
     EXPECT_FALSE(SystemDeviceInfo().isTablet());
     EXPECT_TRUE(SystemDeviceInfo(true).isTablet());
     EXPECT_FALSE(SystemDeviceInfo().systemVersion().empty());
 }
 
-TEST(SystemNetworkMonitor, ReportsOnceAfterStartWhenTheLocalHostIsReachable) {
+TEST(SystemNetworkMonitor, ReportsOnceAfterStartAndNothingAfterDestruction) {
     GLibMainQueue queue;
     std::vector<bool> reports;
     SystemNetworkMonitor monitor(queue, "http://127.0.0.1:9/api");
@@ -32,16 +27,13 @@ TEST(SystemNetworkMonitor, ReportsOnceAfterStartWhenTheLocalHostIsReachable) {
     ASSERT_TRUE(test::runMainLoopUntil([&] { return !reports.empty(); }, 5.0));
     test::runMainLoopFor(0.2);
     EXPECT_EQ(reports, std::vector<bool>{true});
-}
 
-TEST(SystemNetworkMonitor, NothingIsReportedAfterDestruction) {
-    GLibMainQueue queue;
-    int reports = 0;
-    auto monitor = std::make_unique<SystemNetworkMonitor>(queue, "127.0.0.1", 9);
-    monitor->start([&](bool) { ++reports; });
-    monitor.reset();
+    int late = 0;
+    auto gone = std::make_unique<SystemNetworkMonitor>(queue, "127.0.0.1", 9);
+    gone->start([&](bool) { ++late; });
+    gone.reset();
     test::runMainLoopFor(0.3);
-    EXPECT_EQ(reports, 0);
+    EXPECT_EQ(late, 0);
 }
 
 }  // namespace
