@@ -1,7 +1,5 @@
 #pragma once
 
-// Rooms, answers and a facade on fakes, shared by the core tests.
-
 #include <map>
 #include <memory>
 #include <optional>
@@ -24,8 +22,6 @@ namespace lxhf::test {
 
 using State = LXFermoOfferState::Kind;
 
-// A room the test service accepts. Rooms with equal hotel id and check-in
-// share one offer request.
 inline LXRoomDetails makeRoom(const std::string& roomId, const std::string& hotelId,
                               const std::string& checkIn = "2024-06-01") {
     LXRoomDetailsData d;
@@ -55,8 +51,7 @@ inline std::vector<std::string> roomIds(const LXHotelsFermoSDK& sdk) {
 inline std::vector<std::string> requestedRoomIds(const HttpRequest& request) {
     auto decoded = json::Decoder(json::KeyDecoding::convertFromSnakeCase).decode<LXOfferRequest>(request.body);
     std::vector<std::string> ids;
-    if (decoded)
-        for (const auto& room : decoded.value().rooms) ids.push_back(room.id);
+    for (const auto& room : decoded.value().rooms) ids.push_back(room.id);
     return ids;
 }
 
@@ -68,8 +63,8 @@ inline LXOfferResponse makeResponse(const LXOfferRequestRoom& room, LXOfferRespo
     r.offer.id = offerId;
     r.offer.merchantId = room.merchantId;
     r.offer.merchantRoomId = room.merchantRoomId.value_or(room.id);
-    r.offer.conditions = {"EUR", "120.00", "120.00", "12.00", "12.00", "18.00", "18.00", "2024-01-01T00:15:00Z",
-                          "2024-01-04T00:00:00Z"};
+    r.offer.conditions = {"EUR", "120.00", "120.00", "12.00", "12.00", "18.00", "18.00",
+                          "2024-01-01T00:15:00Z", "2024-01-04T00:00:00Z"};
     r.offer.room = room;
     r.offer.type = "rooms_deposit_offer";
     r.signature = "sig-" + room.id;
@@ -88,8 +83,7 @@ inline std::string headerValue(const HttpRequest& request, const std::string& na
     return "<absent>";
 }
 
-// A facade on virtual time: fake HTTP (sessions answer "S1"; offers wait for
-// serveOffers()), a network monitor the test flips and a cache in a TempDir.
+// A facade on virtual time: sessions answer "S1", offers wait for serveOffers().
 class CoreHarness {
 public:
     explicit CoreHarness(bool online = true, bool configure = true) : online_(online) {
@@ -115,7 +109,6 @@ public:
 
     static constexpr const char* kIntakePath = "/api/v2/logs";
 
-    // Requests to the service, leaving out the logger's posts to the intake.
     std::vector<HttpRequest> apiRequests() const {
         std::vector<HttpRequest> out;
         for (const auto& r : http->requests())
@@ -125,8 +118,7 @@ public:
 
     LXCorvaneInternal& engine() { return FacadeAccess::engine(*sdk); }
 
-    // Answers every offer request as it arrives, batch after batch, with the
-    // scripted type per room id (full offer by default; nullopt omits it).
+    // Answers each batch as it arrives: full offer by default; nullopt omits the room.
     void serveOffers(const std::map<std::string, std::optional<LXOfferResponseType>>& script = {},
                      HttpHeaders headers = {}) {
         queue->runPending();
@@ -144,7 +136,6 @@ public:
         }
     }
 
-    // Fails the next pending request with `answer`, then lets what follows run.
     void failNext(HttpResult answer) {
         queue->runPending();
         ASSERT_GT(http->pendingCount(), 0u);

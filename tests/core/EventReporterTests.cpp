@@ -1,6 +1,3 @@
-// "offer_shown" events: one per offer, batched after 2 s of quiet, kept
-// until the service answers 204.
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -33,7 +30,6 @@ protected:
         FacadeAccess::onShown(*h.sdk, responseFor(makeRoom("R-" + offerId, "hotel-a"), offerId));
         h.queue->runPending();
     }
-    // Moves both the queue and the wall clock.
     void wait(double seconds) {
         h.clock->advance(Seconds{seconds});
         h.queue->advance(Seconds{seconds});

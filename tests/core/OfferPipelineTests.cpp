@@ -1,6 +1,3 @@
-// Rooms to loading entries, batches per booking and hotel, the 0.2 s wait,
-// and how each answer (or failure) lands in the published list.
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,33 +14,50 @@ const LXRoomDetails a2 = makeRoom("A2", "hotel-a");
 const LXRoomDetails b1 = makeRoom("B1", "hotel-b");
 const LXRoomDetails a1Later = makeRoom("A1", "hotel-a", "2024-07-01");  // same room, another stay
 
-TEST(OfferPipeline, NewRoomsListAsLoadingInInputOrderOnceEach) {
+TEST(OfferPipeline, NewRoomsListAsLoadingOnceEachAndAnswerTypesMapToStates) {
     CoreHarness h;
-    h.sdk->cacheOffers({b1, a1, b1, a2});
-    EXPECT_THAT(roomIds(*h.sdk), ElementsAre("B1", "A1", "A2"));
-    EXPECT_THAT(states(*h.sdk), ElementsAre(State::loading, State::loading, State::loading));
+    const auto c1 = makeRoom("C1", "hotel-a");
+    h.sdk->cacheOffers({b1, a1, b1, a2, c1});
+    EXPECT_THAT(roomIds(*h.sdk), ElementsAre("B1", "A1", "A2", "C1"));
+    EXPECT_THAT(states(*h.sdk), ::testing::Each(State::loading));
 
     h.queue->advance(Seconds{0.2});
-    h.serveOffers({{"A2", std::nullopt}});  // A2 omitted: error
-    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::error));
+    h.serveOffers({{"A2", std::nullopt}, {"C1", LXOfferResponseType::unavailableOffer}});  // A2 omitted
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::error, State::unavailable));
+    const LXErrorInfo* error = h.sdk->fermoOffers()[2].state.errorInfo();
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->message(), "Error fetching offer");
+    EXPECT_FALSE(error->code().has_value());
+    auto& board = FacadeAccess::board(*h.sdk);
+    EXPECT_EQ(board.responses().size(), 3u);
+    EXPECT_EQ(board.response(a2), nullptr);
+    ASSERT_NE(board.response(a1), nullptr);
+    EXPECT_EQ(board.response(a1)->offer.id, "fo-A1");
     // No region or experiments headers: no region, and an empty flag map.
-    const LXOfferResponse* response = FacadeAccess::board(*h.sdk).response(a1);
-    ASSERT_NE(response, nullptr);
-    EXPECT_FALSE(response->clientRegion.has_value());
-    EXPECT_EQ(response->featureFlags, FeatureFlags{});
+    EXPECT_FALSE(board.response(a1)->clientRegion.has_value());
+    EXPECT_EQ(board.response(a1)->featureFlags, FeatureFlags{});
 
     // Known rooms, whatever their state, are neither listed again nor fetched.
-    const auto offersBefore = h.http->count("fermo_offers");
-    h.sdk->cacheOffers({a2, b1, a1Later});
-    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::error, State::loading));
+    const auto d1 = makeRoom("D1", "hotel-d");
+    h.sdk->cacheOffers({a2, b1, a1Later, d1});
+    EXPECT_EQ(states(*h.sdk).size(), 6u);
     h.queue->advance(Seconds{0.2});
-    ASSERT_EQ(h.http->count("fermo_offers"), offersBefore + 1);
     EXPECT_THAT(requestedRoomIds(h.http->requestsTo("fermo_offers").back()), ElementsAre("A1"));
+    h.serveOffers({{"D1", LXOfferResponseType::signedBaseOffer}},
+                  {{"x-client-region", "EU"}, {"lx-experiments", R"({"newButton":true,"variant":"b"})"}});
+    EXPECT_EQ(states(*h.sdk)[5], State::unavailable);
+    ASSERT_NE(board.response(d1), nullptr);
+    EXPECT_EQ(board.response(d1)->type, LXOfferResponseType::signedBaseOffer);
+    EXPECT_EQ(board.response(d1)->clientRegion, "EU");
+    ASSERT_TRUE(board.response(d1)->featureFlags.has_value());
+    EXPECT_EQ(board.response(d1)->featureFlags->at("newButton"), CodableValue{true});
+    EXPECT_EQ(board.response(d1)->featureFlags->at("variant"), CodableValue{std::string("b")});
 
+    const auto offersBefore = h.http->count("fermo_offers");
     h.sdk->cacheOffers({});
-    h.sdk->cacheOffers({a1, b1});
+    h.sdk->cacheOffers({a1, b1, d1});
     h.queue->advance(Seconds{1});
-    EXPECT_EQ(h.http->count("fermo_offers"), offersBefore + 1);
+    EXPECT_EQ(h.http->count("fermo_offers"), offersBefore);
 }
 
 TEST(OfferPipeline, RoomsOfOneBookingAndHotelShareOneRequestAfterTheQuietPeriod) {
@@ -102,35 +116,6 @@ TEST(OfferPipeline, RequestsCarryTheBearerTokenSessionHeaderAndSnakeCaseBodies) 
     EXPECT_EQ(body["rooms"][0]["is_refundable"], true);
     EXPECT_FALSE(body["rooms"][0].contains("image_url"));  // thirteen fields only
     EXPECT_EQ(body["hotel"]["star_rating"], "4");
-}
-
-TEST(OfferPipeline, AnswerTypesMapToStatesAndResponsesAreKept) {
-    CoreHarness h;
-    const auto c1 = makeRoom("C1", "hotel-a");
-    h.sdk->cacheOffers({a1, a2, c1, b1});
-    h.queue->advance(Seconds{0.2});
-    h.serveOffers({{"A2", LXOfferResponseType::signedBaseOffer},
-                   {"C1", LXOfferResponseType::unavailableOffer},
-                   {"B1", std::nullopt}},
-                  {{"x-client-region", "EU"}, {"lx-experiments", R"({"newButton":true,"variant":"b"})"}});
-
-    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::unavailable, State::unavailable, State::error));
-    const LXErrorInfo* error = h.sdk->fermoOffers()[3].state.errorInfo();
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->message(), "Error fetching offer");
-    EXPECT_FALSE(error->code().has_value());
-
-    auto& board = FacadeAccess::board(*h.sdk);
-    EXPECT_EQ(board.responses().size(), 3u);
-    ASSERT_NE(board.response(a1), nullptr);
-    EXPECT_EQ(board.response(b1), nullptr);
-    EXPECT_EQ(board.response(a1)->offer.id, "fo-A1");
-    EXPECT_EQ(board.response(a2)->type, LXOfferResponseType::signedBaseOffer);
-    EXPECT_EQ(board.response(a1)->clientRegion, "EU");
-    ASSERT_TRUE(board.response(a1)->featureFlags.has_value());
-    EXPECT_EQ(board.response(a1)->featureFlags->at("newButton"), CodableValue{true});
-    EXPECT_EQ(board.response(a1)->featureFlags->at("variant"), CodableValue{std::string("b")});
-    EXPECT_THAT(h.engine().offers().queued(), IsEmpty());
 }
 
 TEST(OfferPipeline, OfflineRoomsWaitForASatisfiedPath) {

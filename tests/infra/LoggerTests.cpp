@@ -1,5 +1,5 @@
-#include <gtest/gtest.h>
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
@@ -16,13 +16,11 @@ using ::testing::ElementsAre;
 using ::testing::Pair;
 using Type = SystemLog::Type;
 
-constexpr const char* kIntake = "https://intake.test/api/v2/logs";
-
 class LoggerTest : public ::testing::Test {
 protected:
-    LoggerContext context() { return LoggerContext{http, systemLog, kIntake}; }
-    LXLogger make(std::string environment, std::optional<std::string> sessionId = "S-1") {
-        return LXLogger(LXLoggerConfig{std::move(environment), "0.1.0", "en_US", std::move(sessionId)}, context());
+    LoggerContext context() { return LoggerContext{http, systemLog, "https://intake.test/api/v2/logs"}; }
+    LXLoggerConfig config(std::string env, std::optional<std::string> session = "S-1", std::string locale = "en_US") {
+        return LXLoggerConfig{std::move(env), "0.1.0", std::move(locale), std::move(session)};
     }
     nlohmann::json body(std::size_t index) const { return nlohmann::json::parse(http.requests().at(index).body); }
 
@@ -32,7 +30,7 @@ protected:
 };
 
 TEST_F(LoggerTest, EachLevelPostsOneExactRecordAndWritesTheSystemLog) {
-    LXLogger logger(LXLoggerConfig{"staging", "0.1.0", "en_US", "S-1"}, context());
+    LXLogger logger(config("staging"), context());
     logger.info("hello");
     logger.warn("careful");
     logger.error("broken");
@@ -50,17 +48,15 @@ TEST_F(LoggerTest, EachLevelPostsOneExactRecordAndWritesTheSystemLog) {
               R"("data":{"jsonPayload":{"env":"staging","partner":"Velto","session_id":"S-1","locale":"en_US"}}})");
     EXPECT_EQ(body(1)["status"], "warn");
     EXPECT_EQ(body(2)["status"], "error");
-
     // Warnings use the error type: only the intake tells the two apart.
     EXPECT_THAT(systemLog.entries(), ElementsAre(Pair(Type::info, "[LXHotelsFermoSDK] : hello"),
                                                  Pair(Type::error, "[LXHotelsFermoSDK] : careful"),
                                                  Pair(Type::error, "[LXHotelsFermoSDK] : broken")));
 }
 
-TEST_F(LoggerTest, MissingSessionIdSendsTheComplaintFirst) {
-    auto logger = make("staging", std::nullopt);
+TEST_F(LoggerTest, MissingSessionIdSendsTheComplaintFirstAndProductionSkipsTheSystemLog) {
+    LXLogger logger(config("staging", std::nullopt), context());
     logger.warn("x");
-
     ASSERT_EQ(http.requests().size(), 2u);
     EXPECT_EQ(body(0)["message"], "Session id missing while sending logs");
     EXPECT_EQ(body(0)["status"], "error");
@@ -77,40 +73,33 @@ TEST_F(LoggerTest, MissingSessionIdSendsTheComplaintFirst) {
     ASSERT_EQ(http.requests().size(), 3u);
     EXPECT_EQ(body(2)["data"]["jsonPayload"]["session_id"], "S-2");
     EXPECT_EQ(body(2)["data"]["jsonPayload"]["locale"], "fr_FR");
-}
 
-TEST_F(LoggerTest, ProductionPostsButLeavesTheSystemLogAlone) {
-    auto logger = make("production", std::nullopt);
-    logger.info("a");
-    logger.warn("b");
-    logger.error("c");
-    logger.logLocal("d");
-
-    EXPECT_EQ(http.requests().size(), 6u);  // each call also complains about the session
-    EXPECT_TRUE(http.requests()[0].url.ends_with("&ddtags=env:production,version:0.1.0"));
-    EXPECT_EQ(body(5)["data"]["jsonPayload"]["env"], "production");
+    systemLog.clear();
+    LXLogger production(config("production", std::nullopt), context());
+    production.info("a");
+    production.error("c");
+    production.logLocal("d");
+    ASSERT_EQ(http.requests().size(), 7u);  // each call also complains; logLocal posts nothing
+    EXPECT_TRUE(http.requests()[3].url.ends_with("&ddtags=env:production,version:0.1.0"));
+    EXPECT_EQ(body(6)["data"]["jsonPayload"]["env"], "production");
     EXPECT_TRUE(systemLog.entries().empty());
 }
 
-TEST_F(LoggerTest, TransportErrorIsOneLocalLineAndNoRetry) {
+TEST_F(LoggerTest, TransportErrorIsOneLocalLineAndALateAnswerIsDropped) {
     http.enqueue(test::FakeHttpClient::failure("Could not connect to server"));
-    auto logger = make("staging");
-    logger.info("a");
-    queue.advance(1s);
-
-    EXPECT_EQ(http.requests().size(), 1u);
-    EXPECT_THAT(systemLog.entries(), ElementsAre(Pair(Type::info, "[LXHotelsFermoSDK] : a"),
-                                                 Pair(Type::error, "[LXHotelsFermoSDK] : Error: Could not connect to server")));
-}
-
-TEST_F(LoggerTest, AnswerAfterTheLoggerIsGoneIsDropped) {
     http.enqueue(test::FakeHttpClient::failure("late"), 1s);
     {
-        auto logger = make("staging");
+        LXLogger logger(config("staging"), context());
         logger.info("a");
+        queue.runPending();
+        EXPECT_THAT(systemLog.entries(),
+                    ElementsAre(Pair(Type::info, "[LXHotelsFermoSDK] : a"),
+                                Pair(Type::error, "[LXHotelsFermoSDK] : Error: Could not connect to server")));
+        logger.info("b");
     }
     systemLog.clear();
     queue.advance(2s);
+    EXPECT_EQ(http.requests().size(), 2u);  // no retry
     EXPECT_TRUE(systemLog.entries().empty());
 }
 
@@ -119,12 +108,10 @@ TEST_F(LoggerTest, SlotRenewsOnlyForANewLocale) {
     logWarn(slot, "nobody listens");
     EXPECT_TRUE(http.requests().empty());
 
-    LXLogger* first = &slot.installOrRenew(LXLoggerConfig{"staging", "0.1.0", "en_US", "S-1"}, context());
-    LXLogger* same = &slot.installOrRenew(LXLoggerConfig{"staging", "0.1.0", "en_US", "S-2"}, context());
-    EXPECT_EQ(first, same);
+    LXLogger* first = &slot.installOrRenew(config("staging", "S-1"), context());
+    EXPECT_EQ(&slot.installOrRenew(config("staging", "S-2"), context()), first);
     EXPECT_EQ(slot.get()->config().sessionId, "S-2");
-
-    LXLogger* renewed = &slot.installOrRenew(LXLoggerConfig{"staging", "0.1.0", "de_DE", "S-3"}, context());
+    LXLogger* renewed = &slot.installOrRenew(config("staging", "S-3", "de_DE"), context());
     EXPECT_EQ(slot.get(), renewed);
     EXPECT_EQ(renewed->config().locale, "de_DE");
     EXPECT_EQ(renewed->config().sessionId, "S-3");
