@@ -3,7 +3,6 @@
 
 #include "platform/GLibMainQueue.h"
 #include "support/MainLoop.h"
-#include "support/ManualQueue.h"
 
 using namespace std::chrono_literals;
 using Ran = std::vector<std::string>;
@@ -70,38 +69,6 @@ TEST(GLibMainQueue, CancelledDestroyedOrOrphanedWorkNeverRuns) {
     queue->post([&] { ran.push_back("after"); });
     test::runMainLoopFor(0.05);
     EXPECT_EQ(ran, (Ran{"first"}));
-}
-
-TEST(ManualQueue, VirtualTimeRunsDueWorkInTimeOrderIncludingWorkItPosts) {
-    test::ManualQueue queue;
-    Ran ran;
-    std::unique_ptr<WorkItem> postedByWork;
-    auto dropped = queue.postAfter(0s, [&] { ran.push_back("dropped"); });
-    auto at3 = queue.postAfter(3s, [&] { ran.push_back("3s"); });
-    auto at1 = queue.postAfter(1s, [&] {
-        ran.push_back("1s at " + std::to_string(queue.now().count()));
-        // Falls inside the same window: must run before the 3s item.
-        postedByWork = queue.postAfter(1s, [&] { ran.push_back("2s at " + std::to_string(queue.now().count())); });
-    });
-    auto at10 = queue.postAfter(10s, [&] { ran.push_back("10s"); });
-    queue.post([&] {
-        ran.push_back("a");
-        queue.post([&] { ran.push_back("b"); });
-    });
-    dropped.reset();
-    EXPECT_EQ(queue.runPending(), 2u);  // only what is due now
-    EXPECT_EQ(queue.now(), 0s);
-    EXPECT_EQ(queue.advance(3s), 3u);
-    EXPECT_EQ(ran, (Ran{"a", "b", "1s at 1.000000", "2s at 2.000000", "3s"}));
-    EXPECT_EQ(queue.now(), 3s);
-    EXPECT_EQ(queue.pendingCount(), 1u);
-
-    queue.advance(6.5s);
-    EXPECT_EQ(queue.now(), 9.5s);
-    at10->cancel();
-    queue.advance(1s);
-    EXPECT_EQ(ran.size(), 5u);
-    EXPECT_EQ(queue.pendingCount(), 0u);
 }
 
 }  // namespace
