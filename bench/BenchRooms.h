@@ -2,6 +2,7 @@
 
 // Rooms, canned answers and a facade on fakes, shared by the benchmarks.
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -80,12 +81,38 @@ inline std::vector<std::string> answerBodies(const std::vector<LXRoomDetails>& r
     std::abort();
 }
 
+// Keeps submitted work so a benchmark can run it off the clock, as the
+// worker thread would, and then the continuations on it.
+class SteppedBackgroundQueue final : public BackgroundQueue {
+public:
+    void submit(std::function<void()> work, std::function<void()> then) override {
+        items_.push_back({std::move(work), std::move(then)});
+    }
+    void waitUntilIdle() override { runWork(); }
+    void runWork() {
+        for (auto& item : items_)
+            if (item.work) std::exchange(item.work, nullptr)();
+    }
+    void runContinuations() {
+        runWork();
+        for (auto& item : std::exchange(items_, {})) item.then();
+    }
+
+private:
+    struct Item {
+        std::function<void()> work, then;
+    };
+    std::vector<Item> items_;
+};
+
 // A configured facade on virtual time: sessions answer "S1" at once, offer
-// requests wait for the benchmark to answer them, the network is up.
+// requests wait for the benchmark to answer them, the network is up. Work
+// meant for the background runs inline unless `background` is given.
 class FakeFacade {
 public:
-    FakeFacade() {
+    explicit FakeFacade(std::shared_ptr<SteppedBackgroundQueue> background = nullptr) : background_(background) {
         FacadeParts parts;
+        parts.background = std::move(background);
         parts.queue = queue;
         parts.clock = std::make_shared<test::FakeClock>();
         parts.device = std::make_shared<test::FakeDeviceInfo>();
@@ -108,13 +135,26 @@ public:
         expectOfferRequest();
     }
 
-    // Answers the offer requests in turn, each with its canned body.
-    void answerAll(const std::vector<std::string>& bodies) {
+    // Answers the offer requests in turn, each with its canned body. Returns
+    // the seconds spent on the main context: all of it without a stepped
+    // background, otherwise all but the background work.
+    double answerAll(const std::vector<std::string>& bodies) {
+        using Clock = std::chrono::steady_clock;
+        std::chrono::duration<double> onMain{0};
         for (const auto& body : bodies) {
+            auto start = Clock::now();
             http->completeNext(test::FakeHttpClient::reply(201, body));
             queue->runPending();
+            onMain += Clock::now() - start;
+            if (!background_) continue;
+            background_->runWork();
+            start = Clock::now();
+            background_->runContinuations();
+            queue->runPending();
+            onMain += Clock::now() - start;
         }
         if (http->pendingCount() != 0) benchFailure("requests left unanswered");
+        return onMain.count();
     }
 
     void expectOfferRequest() const {
@@ -126,6 +166,9 @@ public:
     std::shared_ptr<test::FakeHttpClient> http = std::make_shared<test::FakeHttpClient>(*queue);
     test::TempDir dir;
     std::unique_ptr<LXHotelsFermoSDK> sdk;
+
+private:
+    std::shared_ptr<SteppedBackgroundQueue> background_;
 };
 
 }  // namespace lxhf::bench

@@ -66,8 +66,8 @@ struct Replay {
     double cpuSeconds = 0;
 };
 
-// What saving the session file costs on this disk: the library writes it on
-// the main context between the session answer and the first offer request.
+// What saving the session file costs on this disk: the library writes it in
+// the background once the session answer is in, so none of it is counted.
 double timeStoreWrite(const std::filesystem::path& dir) {
     const auto file = dir / "sessionStore.cache";
     auto saved = readWholeFile(file);

@@ -18,9 +18,10 @@ LXCorvaneInternal::LXCorvaneInternal(OfferBoard& board, EngineParts parts, std::
     : environment_(std::move(environment)), parts_(std::move(parts)),
       api_(parts_.http, environment_.apiUrl, std::move(token)),
       sessions_(std::make_shared<SessionManager>(
-          api_, parts_.clock, parts_.cache, parts_.log, LoggerContext{parts_.http, parts_.systemLog, parts_.intakeUrl},
+          api_, parts_.clock, parts_.cache, parts_.background, parts_.log, LoggerContext{parts_.http, parts_.systemLog, parts_.intakeUrl},
           environment_.type, device)),
-      offers_(std::make_shared<OfferPipeline>(board, *sessions_, api_, parts_.queue, parts_.log, networkConnected_)),
+      offers_(std::make_shared<OfferPipeline>(board, *sessions_, api_, parts_.queue, parts_.background,
+                                                    parts_.log, networkConnected_)),
       events_(std::make_shared<EventReporter>(*sessions_, api_, parts_.queue, parts_.clock, parts_.log,
                                               networkConnected_)) {}
 

@@ -23,6 +23,7 @@ struct EngineParts {
     const Clock& clock;
     HttpClient& http;
     CacheDirectory& cache;
+    BackgroundQueue& background;
     LoggerSlot& log;
     SystemLog& systemLog;
     std::string intakeUrl;

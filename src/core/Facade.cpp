@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include "platform/GLibBackgroundQueue.h"
 #include "platform/GLibMainQueue.h"
 #include "platform/GLibSystemLog.h"
 #include "platform/LibsoupHttpClient.h"
@@ -32,11 +33,13 @@ struct LXHotelsFermoSDK::Impl {
         if (engine) return *engine;
         http = parts.makeHttp(parts.overrides);
         cache = parts.makeCache(parts.overrides);
+        if (!parts.background) parts.background = std::make_shared<lxhf::InlineBackgroundQueue>();
         const LXEnvironment env = environment();
         lxhf::EngineParts engineParts{*parts.queue,
                                       *parts.clock,
                                       *http,
                                       *cache,
+                                      *parts.background,
                                       *loggerSlot,
                                       *parts.systemLog,
                                       parts.overrides.intakeUrl.value_or(lxhf::defaultIntakeLogsUrl()),
@@ -104,6 +107,7 @@ FacadeParts systemParts() {
     parts.clock = std::make_shared<SystemClock>();
     parts.device = std::make_shared<SystemDeviceInfo>();
     parts.systemLog = std::make_shared<GLibSystemLog>();
+    parts.background = std::make_shared<GLibBackgroundQueue>();
     parts.makeHttp = [](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
         if (o.caFile) return std::make_shared<LibsoupHttpClient>(std::filesystem::path(*o.caFile));
         return std::make_shared<LibsoupHttpClient>();

@@ -22,6 +22,9 @@ struct FacadeParts {
     std::shared_ptr<Clock> clock;
     std::shared_ptr<DeviceInfo> device;
     std::shared_ptr<SystemLog> systemLog;
+    // Where answers are decoded and the session file written; work runs
+    // inline on the main context when absent.
+    std::shared_ptr<BackgroundQueue> background;
     // Made when the engine is made, so overrides set before then apply.
     std::function<std::shared_ptr<HttpClient>(const EndpointOverrides&)> makeHttp;
     std::function<std::shared_ptr<CacheDirectory>(const EndpointOverrides&)> makeCache;

@@ -29,11 +29,18 @@ std::size_t roomKeyHash(const LXBooking& booking, const LXHotel& hotel) {
     return h.value();
 }
 
+LXOfferRequest requestFor(const LXRequestOffersBatch& batch) {
+    LXOfferRequest request{batch.hotel, batch.booking, {}, kRequestType};
+    request.rooms.reserve(batch.roomsDetails.size());
+    for (const auto& room : batch.roomsDetails) request.rooms.push_back(LXOfferRequestRoom::from(details(room).room));
+    return request;
+}
+
 }  // namespace
 
 OfferPipeline::OfferPipeline(OfferBoard& board, SessionSource& sessions, ServiceApi& api, MainQueue& queue,
-                             LoggerSlot& log, const bool& networkConnected)
-    : board_(board), sessions_(sessions), api_(api), mainQueue_(queue), log_(log),
+                             BackgroundQueue& background, LoggerSlot& log, const bool& networkConnected)
+    : board_(board), sessions_(sessions), api_(api), mainQueue_(queue), background_(background), log_(log),
       networkConnected_(networkConnected),
       debouncer_(std::make_unique<Debouncer>(queue, kOffersDelay, [] {})),
       fetchingError_(makeError("Error fetching offer")) {}
@@ -99,35 +106,46 @@ void OfferPipeline::resume() {
     if (!queue_.empty()) debouncer_->call();
 }
 
+// Encoding is most of a fetch's cost on the main context, so every batch's
+// request is encoded in one go in the background. Batches and room details
+// are immutable once in the snapshot, so the worker may read them.
 void OfferPipeline::fetchQueued() {
-    auto snapshot = std::make_shared<const std::vector<LXRequestOffersBatch>>(queue_);
-    fetchBatch(std::move(snapshot), 0);
+    if (queue_.empty()) return;
+    auto batches = std::make_shared<const std::vector<LXRequestOffersBatch>>(queue_);
+    std::weak_ptr<OfferPipeline> weak = weak_from_this();
+    computeInBackground(
+        background_,
+        [batches, encoder = api_.encoder()] {
+            std::vector<std::string> bodies;
+            bodies.reserve(batches->size());
+            for (const auto& batch : *batches) bodies.push_back(encoder.encode(requestFor(batch)));
+            return bodies;
+        },
+        [weak, batches](std::vector<std::string> bodies) {
+            auto self = weak.lock();
+            if (!self) return;
+            self->fetchBatch(std::make_shared<const Fetch>(Fetch{*batches, std::move(bodies)}), 0);
+        });
 }
 
-void OfferPipeline::fetchBatch(Snapshot snapshot, std::size_t index) {
-    if (index >= snapshot->size()) return;
-    const LXRequestOffersBatch& batch = (*snapshot)[index];
-    LXOfferRequest request{batch.hotel, batch.booking, {}, kRequestType};
-    request.rooms.reserve(batch.roomsDetails.size());
-    for (const auto& room : batch.roomsDetails) request.rooms.push_back(LXOfferRequestRoom::from(details(room).room));
-
+void OfferPipeline::fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t index) {
+    if (index >= fetch->batches.size()) return;
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    fetchOffers(std::move(request), [weak, snapshot, index](Outcome outcome) {
+    fetchOffers(fetch->bodies[index], [weak, fetch, index](Outcome outcome) {
         auto self = weak.lock();
         if (!self) return;
-        self->handle((*snapshot)[index], std::move(outcome));
-        self->fetchBatch(snapshot, index + 1);
+        self->handle(fetch->batches[index], std::move(outcome));
+        self->fetchBatch(fetch, index + 1);
     });
 }
 
-void OfferPipeline::fetchOffers(LXOfferRequest request, std::function<void(Outcome)> done) {
+void OfferPipeline::fetchOffers(std::string body, std::function<void(Outcome)> done) {
     auto url = api_.endpoint(api::kOffersPath);
     if (!url) {
         logWarn(log_, "unable to access fermoOffers API URL");
         return done(NoResult{});
     }
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    auto body = api_.encoder().encode(request);
     sessions_.currentSessionId([weak, url = std::move(*url), body = std::move(body),
                                 done = std::move(done)](SessionIdResult session) mutable {
         auto self = weak.lock();
@@ -143,32 +161,43 @@ void OfferPipeline::fetchOffers(LXOfferRequest request, std::function<void(Outco
 void OfferPipeline::sendOffers(const std::string& url, const std::string& body, const std::string& sessionId,
                                std::function<void(Outcome)> done) {
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    api_.post(url, body, sessionId, [weak, done = std::move(done)](HttpResult result) {
-        if (auto self = weak.lock()) done(self->readAnswer(result));
+    api_.post(url, body, sessionId, [weak, done = std::move(done)](HttpResult result) mutable {
+        if (auto self = weak.lock()) self->readAnswer(std::move(result), std::move(done));
     });
 }
 
-OfferPipeline::Outcome OfferPipeline::readAnswer(const HttpResult& result) {
-    if (!result) return makeError("fetchOffers URLRequest error: " + result.error().description);
-    const HttpResponse& response = result.value();
-    if (response.status != api::kCreated) return makeError("fetchOffers statusCode error", response.status);
+// A large answer takes milliseconds to decode, so the main context only
+// checks the status and headers and leaves the body to the background.
+void OfferPipeline::readAnswer(HttpResult result, std::function<void(Outcome)> done) {
+    if (!result) return done(makeError("fetchOffers URLRequest error: " + result.error().description));
+    HttpResponse& response = result.value();
+    if (response.status != api::kCreated) return done(makeError("fetchOffers statusCode error", response.status));
 
     bool malformedExperiments = false;
     auto flags = decodeExperiments(response.header(api::kExperimentsHeader), malformedExperiments);
     if (malformedExperiments) logError(log_, "Error decoding lx-experiments");
-    auto decoded = api_.decoder().decode<std::vector<LXOfferResponse>>(response.body);
-    if (!decoded) {
-        logError(log_, "Error decoding responseData:\n" + decoded.error().description());
-        return NoResult{};
-    }
-    const auto region = response.header(api::kClientRegionHeader);
-    auto responses = std::move(decoded).value();
-    for (auto& r : responses) {
-        r.clientRegion = region;
-        // A missing or unreadable header still gives every response a map, empty.
-        r.featureFlags = flags.value_or(FeatureFlags{});
-    }
-    return responses;
+    std::weak_ptr<OfferPipeline> weak = weak_from_this();
+    computeInBackground(
+        background_,
+        [decoder = api_.decoder(), body = std::move(response.body)] {
+            return decoder.decode<std::vector<LXOfferResponse>>(body);
+        },
+        [weak, done = std::move(done), region = response.header(api::kClientRegionHeader),
+         // A missing or unreadable header still gives every response a map, empty.
+         flags = flags.value_or(FeatureFlags{})](auto decoded) {
+            auto self = weak.lock();
+            if (!self) return;
+            if (!decoded) {
+                logError(self->log_, "Error decoding responseData:\n" + decoded.error().description());
+                return done(NoResult{});
+            }
+            auto responses = std::move(decoded).value();
+            for (auto& r : responses) {
+                r.clientRegion = region;
+                r.featureFlags = flags;
+            }
+            done(std::move(responses));
+        });
 }
 
 void OfferPipeline::handle(const LXRequestOffersBatch& batch, Outcome outcome) {

@@ -11,18 +11,20 @@
 #include "core/SessionSource.h"
 #include "infra/Debouncer.h"
 #include "infra/LoggerSlot.h"
+#include "platform/BackgroundQueue.h"
 #include "platform/MainQueue.h"
 
 namespace lxhf {
 
 // Turns rooms into loading entries, batches them by booking and hotel, and
 // after a 0.2 s quiet period fetches one offer request per batch, in turn,
-// writing each room's state back in place. Main context only; its callbacks
+// writing each room's state back in place. Main context only, except that
+// requests are encoded and answers decoded on `background`; its callbacks
 // hold it weakly and do nothing once the engine is gone.
 class OfferPipeline : public std::enable_shared_from_this<OfferPipeline> {
 public:
     OfferPipeline(OfferBoard& board, SessionSource& sessions, ServiceApi& api, MainQueue& queue,
-                  LoggerSlot& log, const bool& networkConnected);
+                  BackgroundQueue& background, LoggerSlot& log, const bool& networkConnected);
 
     void cacheOffers(const std::vector<LXRoomDetails>& rooms);
     void refresh(LXRefresh type);
@@ -35,14 +37,19 @@ public:
 private:
     struct NoResult {};
     using Outcome = std::variant<NoResult, LXErrorInfo, std::vector<LXOfferResponse>>;
-    using Snapshot = std::shared_ptr<const std::vector<LXRequestOffersBatch>>;
+    // The queue as it stood when the debouncer fired, with each batch's
+    // request body.
+    struct Fetch {
+        std::vector<LXRequestOffersBatch> batches;
+        std::vector<std::string> bodies;
+    };
 
     void fetchQueued();
-    void fetchBatch(Snapshot snapshot, std::size_t index);
-    void fetchOffers(LXOfferRequest request, std::function<void(Outcome)> done);
+    void fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t index);
+    void fetchOffers(std::string body, std::function<void(Outcome)> done);
     void sendOffers(const std::string& url, const std::string& body, const std::string& sessionId,
                     std::function<void(Outcome)> done);
-    Outcome readAnswer(const HttpResult& result);
+    void readAnswer(HttpResult result, std::function<void(Outcome)> done);
     void handle(const LXRequestOffersBatch& batch, Outcome outcome);
     void applyAnswer(const LXRequestOffersBatch& batch, const std::vector<LXOfferResponse>& responses);
     void updateCache(const LXOfferResponse& response);
@@ -52,6 +59,7 @@ private:
     SessionSource& sessions_;
     ServiceApi& api_;
     MainQueue& mainQueue_;
+    BackgroundQueue& background_;
     LoggerSlot& log_;
     const bool& networkConnected_;
     std::vector<LXRequestOffersBatch> queue_;

@@ -25,9 +25,11 @@ std::string currentLocale() {
     return locale == "C" || locale == "POSIX" || locale.empty() ? "en_US" : locale;
 }
 
-SessionManager::SessionManager(ServiceApi& api, const Clock& clock, CacheDirectory& cache, LoggerSlot& log,
-                               LoggerContext loggerContext, LXEnvironmentType environment, Device device)
-    : api_(api), clock_(clock), cache_(cache), log_(log), loggerContext_(std::move(loggerContext)),
+SessionManager::SessionManager(ServiceApi& api, const Clock& clock, CacheDirectory& cache,
+                               BackgroundQueue& background, LoggerSlot& log, LoggerContext loggerContext,
+                               LXEnvironmentType environment, Device device)
+    : api_(api), clock_(clock), cache_(cache), background_(background), log_(log),
+      loggerContext_(std::move(loggerContext)),
       environment_(environment), device_(device) {}
 
 LXDevice SessionManager::newDevice() const { return {newUuid(), device_.platform, device_.type}; }
@@ -96,9 +98,25 @@ void SessionManager::finishCreation(LXResult<std::string, LXErrorInfo> created, 
     const std::string id = created.value();
     session_ = LXSession{partnerUserId_, id, Date::from(clock_.now()), device};
     store().insert(*session_, kStoreKey);
-    if (auto failed = store().saveToDisk(kStoreName, cache_, log_)) logWarn(log_, "Error saving sessionStore to disk");
+    saveStoreInBackground();
     ensureLogger();
     for (auto& done : waiting) done(id);
+}
+
+// Two fsyncs cost milliseconds, which the first offers must not wait for.
+void SessionManager::saveStoreInBackground() {
+    auto form = store().fileForm(kStoreName, cache_, log_);
+    if (!form) return;
+    std::weak_ptr<SessionManager> weak = weak_from_this();
+    // The warning belongs to the moment of saving: with no logger then, the
+    // one made right after must not carry it.
+    const bool loggerPresent = log_.get() != nullptr;
+    computeInBackground(
+        background_, [form = std::move(*form)] { return writeWholeFileAtomically(form.file, form.text); },
+        [weak, loggerPresent](std::optional<FileError> failed) {
+            auto self = weak.lock();
+            if (self && failed && loggerPresent) logWarn(self->log_, "Error saving sessionStore to disk");
+        });
 }
 
 void SessionManager::ensureLogger() {
@@ -116,6 +134,8 @@ bool SessionManager::updateUser(const std::optional<std::string>& userId) {
 void SessionManager::removeStoredSession() {
     log_.clear();
     store().removeAll();
+    // An earlier save still on its way must not land after this one.
+    background_.waitUntilIdle();
     // The logger is already gone, so a failure here is, in practice, silent.
     if (store().saveToDisk(kStoreName, cache_, log_)) logWarn(log_, "Error saving sessionStore to disk on termination");
 }

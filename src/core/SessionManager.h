@@ -12,6 +12,7 @@
 #include "infra/LoggerSlot.h"
 #include "infra/SessionStore.h"
 #include "model/SessionRecords.h"
+#include "platform/BackgroundQueue.h"
 #include "platform/CacheDirectory.h"
 #include "platform/Clock.h"
 
@@ -19,7 +20,9 @@ namespace lxhf {
 
 // Owns the current session and the store that carries it across launches
 // for 14 days. Main context only; callbacks hold it weakly. Concurrent asks
-// for a new session share one request.
+// for a new session share one request. A new session's file is written on
+// `background`, off the main context; emptying the file waits for that and
+// writes at once, since it runs at termination.
 class SessionManager : public SessionSource, public std::enable_shared_from_this<SessionManager> {
 public:
     struct Device {
@@ -27,8 +30,8 @@ public:
         LXHardware type;
     };
 
-    SessionManager(ServiceApi& api, const Clock& clock, CacheDirectory& cache, LoggerSlot& log,
-                   LoggerContext loggerContext, LXEnvironmentType environment, Device device);
+    SessionManager(ServiceApi& api, const Clock& clock, CacheDirectory& cache, BackgroundQueue& background,
+                   LoggerSlot& log, LoggerContext loggerContext, LXEnvironmentType environment, Device device);
 
     void currentSessionId(std::function<void(SessionIdResult)> done) override;
     std::optional<std::string> inMemorySessionId() const override;
@@ -47,10 +50,12 @@ private:
     void createSession(const LXSessionInputs& inputs);
     void finishCreation(LXResult<std::string, LXErrorInfo> created, const LXDevice& device);
     void ensureLogger();
+    void saveStoreInBackground();
 
     ServiceApi& api_;
     const Clock& clock_;
     CacheDirectory& cache_;
+    BackgroundQueue& background_;
     LoggerSlot& log_;
     LoggerContext loggerContext_;
     LXEnvironmentType environment_;

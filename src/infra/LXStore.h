@@ -125,6 +125,14 @@ public:
     std::optional<StoreError> saveToDisk(std::string_view name, const CacheDirectory& directory,
                                          const LoggerSlot& logger);
 
+    // What saveToDisk would write, for a caller that writes it elsewhere.
+    // Absent without a cache directory, after the same log line.
+    struct FileForm {
+        std::filesystem::path file;
+        std::string text;
+    };
+    std::optional<FileForm> fileForm(std::string_view name, const CacheDirectory& directory, const LoggerSlot& logger);
+
 private:
     DateProvider dateProvider_;
     double entryLifetime_;

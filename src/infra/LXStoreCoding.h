@@ -35,15 +35,23 @@ LXResult<std::unique_ptr<LXStore<Key, Value>>, StoreError> LXStore<Key, Value>::
 }
 
 template <class Key, class Value>
-std::optional<StoreError> LXStore<Key, Value>::saveToDisk(std::string_view name, const CacheDirectory& directory,
-                                                          const LoggerSlot& logger) {
+std::optional<typename LXStore<Key, Value>::FileForm> LXStore<Key, Value>::fileForm(std::string_view name,
+                                                                                    const CacheDirectory& directory,
+                                                                                    const LoggerSlot& logger) {
     auto root = directory.path();
     if (!root) {
         logWarn(logger, kUnexpectedCacheError);
         return std::nullopt;
     }
-    auto written = writeWholeFileAtomically(*root / (std::string(name) + ".cache"), encode());
-    if (written) return StoreError{written->description};
+    return FileForm{*root / (std::string(name) + ".cache"), encode()};
+}
+
+template <class Key, class Value>
+std::optional<StoreError> LXStore<Key, Value>::saveToDisk(std::string_view name, const CacheDirectory& directory,
+                                                          const LoggerSlot& logger) {
+    auto form = fileForm(name, directory, logger);
+    if (!form) return std::nullopt;
+    if (auto failed = writeWholeFileAtomically(form->file, form->text)) return StoreError{failed->description};
     return std::nullopt;
 }
 

@@ -1,6 +1,10 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <memory>
+
+#include "platform/GLibBackgroundQueue.h"
 #include "platform/GLibMainQueue.h"
 #include "support/MainLoop.h"
 
@@ -69,6 +73,55 @@ TEST(GLibMainQueue, CancelledDestroyedOrOrphanedWorkNeverRuns) {
     queue->post([&] { ran.push_back("after"); });
     test::runMainLoopFor(0.05);
     EXPECT_EQ(ran, (Ran{"first"}));
+}
+
+TEST(GLibBackgroundQueue, WorkRunsOffTheMainThreadInOrderAndOnlyTheContinuationsComeBack) {
+    GThread* const mainThread = g_thread_self();
+    GLibBackgroundQueue queue;
+    std::vector<int> worked;  // touched by one worker at a time, read after waitUntilIdle
+    std::atomic<int> offMain{0};
+    Ran continued;
+    for (int i = 0; i < 20; ++i) {
+        queue.submit(
+            [&, i] {
+                if (i == 0) g_usleep(20'000);  // a slow first item must still finish first
+                if (g_thread_self() != mainThread) ++offMain;
+                worked.push_back(i);
+            },
+            [&, i] {
+                EXPECT_EQ(g_thread_self(), mainThread);
+                continued.push_back(std::to_string(i));
+            });
+    }
+    queue.waitUntilIdle();
+    EXPECT_EQ(offMain.load(), 20);
+    ASSERT_EQ(worked.size(), 20u);
+    for (int i = 0; i < 20; ++i) EXPECT_EQ(worked[std::size_t(i)], i);
+    EXPECT_TRUE(continued.empty()) << "continuations wait for the main loop";
+
+    std::string result;
+    computeInBackground(queue, [] { return std::string(1000, 'x'); }, [&](std::string r) { result = std::move(r); });
+    ASSERT_TRUE(test::runMainLoopUntil([&] { return result.size() == 1000; }));
+    ASSERT_EQ(continued.size(), 20u);
+    EXPECT_EQ(continued.front(), "0");
+    EXPECT_EQ(continued.back(), "19");
+}
+
+TEST(GLibBackgroundQueue, DestructionFinishesSubmittedWorkAndDropsItsContinuations) {
+    std::atomic<int> finished{0};
+    bool continued = false;
+    auto queue = std::make_unique<GLibBackgroundQueue>();
+    for (int i = 0; i < 3; ++i)
+        queue->submit(
+            [&] {
+                g_usleep(10'000);
+                ++finished;
+            },
+            [&] { continued = true; });
+    queue.reset();
+    EXPECT_EQ(finished.load(), 3);
+    test::runMainLoopFor(0.05);
+    EXPECT_FALSE(continued);
 }
 
 }  // namespace
