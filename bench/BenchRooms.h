@@ -129,29 +129,35 @@ public:
         http->respondTo("sessions", test::FakeHttpClient::reply(201, R"({"id":"S1"})"));
     }
 
-    // Lets the debounce pass so the first offer request goes out.
-    void startFetch() {
-        queue->advance(Seconds{0.2});
-        expectOfferRequest();
-    }
-
-    // Answers the offer requests in turn, each with its canned body. Returns
-    // the seconds spent on the main context: all of it without a stepped
-    // background, otherwise all but the background work.
-    double answerAll(const std::vector<std::string>& bodies) {
+    // Lets the debounce pass, then answers the offer requests in turn, each
+    // with its canned body. Returns the seconds spent on the main context:
+    // all of it without a stepped background, otherwise all but the
+    // background work.
+    double fetchAndAnswerAll(const std::vector<std::string>& bodies) {
         using Clock = std::chrono::steady_clock;
         std::chrono::duration<double> onMain{0};
-        for (const auto& body : bodies) {
-            auto start = Clock::now();
-            http->completeNext(test::FakeHttpClient::reply(201, body));
-            queue->runPending();
+        auto onMainContext = [&](auto&& step) {
+            const auto start = Clock::now();
+            step();
             onMain += Clock::now() - start;
-            if (!background_) continue;
+        };
+        auto settleBackground = [&] {
+            if (!background_) return;
             background_->runWork();
-            start = Clock::now();
-            background_->runContinuations();
-            queue->runPending();
-            onMain += Clock::now() - start;
+            onMainContext([&] {
+                background_->runContinuations();
+                queue->runPending();
+            });
+        };
+        onMainContext([&] { queue->advance(Seconds{0.2}); });
+        settleBackground();
+        expectOfferRequest();
+        for (const auto& body : bodies) {
+            onMainContext([&] {
+                http->completeNext(test::FakeHttpClient::reply(201, body));
+                queue->runPending();
+            });
+            settleBackground();
         }
         if (http->pendingCount() != 0) benchFailure("requests left unanswered");
         return onMain.count();

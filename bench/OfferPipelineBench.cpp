@@ -31,8 +31,8 @@ void BM_CacheOffers(benchmark::State& state) {
     roomsPerSecond(state);
 }
 
-// From the first answer arriving to the last room settled: decoding each
-// answer, matching rooms, publishing, and sending the next hotel's request.
+// From the debounce firing to the last room settled: encoding the requests,
+// decoding each answer, matching rooms, publishing, sending the next one.
 // With `decodeOffMain`, answers are decoded on a stepped background queue
 // and only the main context's share is timed, as the library runs.
 void applyAnswers(benchmark::State& state, bool decodeOffMain) {
@@ -41,8 +41,7 @@ void applyAnswers(benchmark::State& state, bool decodeOffMain) {
     for (auto _ : state) {
         auto facade = std::make_unique<FakeFacade>(decodeOffMain ? std::make_shared<SteppedBackgroundQueue>() : nullptr);
         facade->sdk->cacheOffers(rooms);
-        facade->startFetch();
-        state.SetIterationTime(facade->answerAll(bodies));
+        state.SetIterationTime(facade->fetchAndAnswerAll(bodies));
         const auto& offers = facade->sdk->fermoOffers();
         if (!std::all_of(offers.begin(), offers.end(), [](const LXFermoOffer& o) {
                 return o.state.kind() == LXFermoOfferState::Kind::available;

@@ -1,5 +1,7 @@
 #include "core/OfferPipeline.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -73,25 +75,19 @@ void OfferPipeline::refresh(LXRefresh type) {
 }
 
 void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
-    std::unordered_map<std::size_t, std::vector<std::size_t>> batchesByKey;
-    for (std::size_t i = 0; i < queue_.size(); ++i) batchesByKey[queueKeys_[i]].push_back(i);
-
     for (const auto& room : rooms) {
         const auto& data = details(room);
-        const std::size_t key = roomKeyHash(data.booking, data.hotel);
-        auto& candidates = batchesByKey[key];
-        bool joined = false;
-        for (std::size_t i : candidates) {
-            if (queue_[i].booking == data.booking && queue_[i].hotel == data.hotel) {
-                queue_[i].roomsDetails.push_back(room);
-                joined = true;
-                break;
-            }
+        auto& arrivals = queueByKey_[roomKeyHash(data.booking, data.hotel)];
+        auto joined = std::find_if(arrivals.begin(), arrivals.end(), [&](std::uint64_t arrival) {
+            const auto& batch = queue_.at(arrival);
+            return batch.booking == data.booking && batch.hotel == data.hotel;
+        });
+        if (joined != arrivals.end()) {
+            queue_.at(*joined).roomsDetails.push_back(room);
+        } else {
+            queue_.emplace(nextArrival_, LXRequestOffersBatch{data.booking, data.hotel, {room}});
+            arrivals.push_back(nextArrival_++);
         }
-        if (joined) continue;
-        queue_.push_back({data.booking, data.hotel, {room}});
-        queueKeys_.push_back(key);
-        candidates.push_back(queue_.size() - 1);
     }
 
     // A fresh debouncer abandons the pending run of the old one.
@@ -100,6 +96,13 @@ void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
         if (auto self = weak.lock()) self->fetchQueued();
     });
     if (networkConnected_) debouncer_->call();
+}
+
+std::vector<LXRequestOffersBatch> OfferPipeline::queued() const {
+    std::vector<LXRequestOffersBatch> batches;
+    batches.reserve(queue_.size());
+    for (const auto& [arrival, batch] : queue_) batches.push_back(batch);
+    return batches;
 }
 
 void OfferPipeline::resume() {
@@ -111,7 +114,7 @@ void OfferPipeline::resume() {
 // are immutable once in the snapshot, so the worker may read them.
 void OfferPipeline::fetchQueued() {
     if (queue_.empty()) return;
-    auto batches = std::make_shared<const std::vector<LXRequestOffersBatch>>(queue_);
+    auto batches = std::make_shared<const std::vector<LXRequestOffersBatch>>(queued());
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     computeInBackground(
         background_,
@@ -208,59 +211,65 @@ void OfferPipeline::handle(const LXRequestOffersBatch& batch, Outcome outcome) {
         if (error->code()) message += "\ncode: " + std::to_string(*error->code());
         logError(log_, message);
     } else {
-        applyAnswer(batch, std::get<std::vector<LXOfferResponse>>(outcome));
+        applyAnswer(batch, std::get<std::vector<LXOfferResponse>>(std::move(outcome)));
     }
 }
 
-void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, const std::vector<LXOfferResponse>& responses) {
+void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, std::vector<LXOfferResponse> responses) {
     std::unordered_map<std::size_t, std::vector<std::size_t>> byRoom;
     for (std::size_t i = 0; i < responses.size(); ++i)
         byRoom[requestRoomHash(responses[i].offer.room)].push_back(i);
 
-    std::unordered_set<LXRoomDetails> answered;
+    constexpr std::size_t kNoMatch = SIZE_MAX;
+    std::vector<std::size_t> matches;
+    std::vector<std::size_t> usesLeft(responses.size(), 0);
     for (const auto& room : batch.roomsDetails) {
         const LXRoom& wanted = details(room).room;
-        const LXOfferResponse* match = nullptr;
+        std::size_t match = kNoMatch;
         if (auto bucket = byRoom.find(requestRoomHash(wanted)); bucket != byRoom.end()) {
-            for (std::size_t i : bucket->second)
-                if (responses[i].offer.room.matches(wanted)) {
-                    match = &responses[i];
-                    break;
-                }
+            auto found = std::find_if(bucket->second.begin(), bucket->second.end(),
+                                      [&](std::size_t i) { return responses[i].offer.room.matches(wanted); });
+            if (found != bucket->second.end()) ++usesLeft[match = *found];
         }
-        if (match) updateCache(*match);
-        else setErrorState(room);
-        answered.insert(room);
+        matches.push_back(match);
     }
-    // Every batch holding an answered room goes, whole. Such a batch shares
-    // the answered batch's booking and hotel, so the key rules out the rest.
-    const std::size_t key = roomKeyHash(batch.booking, batch.hotel);
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < queue_.size(); ++i) {
-        bool drop = false;
-        if (queueKeys_[i] == key)
-            for (const auto& room : queue_[i].roomsDetails)
-                if ((drop = answered.contains(room))) break;
-        if (drop) continue;
-        if (kept != i) {
-            queue_[kept] = std::move(queue_[i]);
-            queueKeys_[kept] = queueKeys_[i];
-        }
-        ++kept;
+    for (std::size_t r = 0; r < batch.roomsDetails.size(); ++r) {
+        const std::size_t match = matches[r];
+        if (match == kNoMatch) setErrorState(batch.roomsDetails[r]);
+        // The last room to use a response takes it; the board keeps a copy each.
+        else if (--usesLeft[match] == 0) updateCache(std::move(responses[match]));
+        else updateCache(responses[match]);
     }
-    queue_.resize(kept);
-    queueKeys_.resize(kept);
+    dropBatchesHolding(batch, batch.roomsDetails);
     board_.publishIfChanged();
 }
 
-void OfferPipeline::updateCache(const LXOfferResponse& response) {
+// Every batch holding an answered room goes, whole. Such a batch shares the
+// answered batch's booking and hotel, so only that key's batches are looked at.
+void OfferPipeline::dropBatchesHolding(const LXRequestOffersBatch& answered, const std::vector<LXRoomDetails>& rooms) {
+    auto arrivals = queueByKey_.find(roomKeyHash(answered.booking, answered.hotel));
+    if (arrivals == queueByKey_.end()) return;
+    const std::unordered_set<LXRoomDetails> gone(rooms.begin(), rooms.end());
+    std::erase_if(arrivals->second, [&](std::uint64_t arrival) {
+        auto batch = queue_.find(arrival);
+        const auto& held = batch->second.roomsDetails;
+        if (std::none_of(held.begin(), held.end(), [&](const LXRoomDetails& r) { return gone.contains(r); }))
+            return false;
+        queue_.erase(batch);
+        return true;
+    });
+    if (arrivals->second.empty()) queueByKey_.erase(arrivals);
+}
+
+void OfferPipeline::updateCache(LXOfferResponse response) {
     const auto index = board_.indexOfMatching(response.offer.room);
     if (!index) {
         logWarn(log_, "Didn't find fermoOffers index to updateCache");
         return;
     }
-    board_.setResponse(RoomDetailsAccess::room(board_.offers()[*index]), response);
-    board_.setState(*index, stateFor(response.type));
+    const auto state = stateFor(response.type);
+    board_.setResponse(RoomDetailsAccess::room(board_.offers()[*index]), std::move(response));
+    board_.setState(*index, state);
 }
 
 void OfferPipeline::setErrorState(const LXRoomDetails& room) {

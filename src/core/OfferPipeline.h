@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
+#include <unordered_map>
 #include <variant>
 #include <vector>
 
@@ -32,7 +35,8 @@ public:
     // The network path became satisfied: fetch what is waiting.
     void resume();
 
-    const std::vector<LXRequestOffersBatch>& queued() const noexcept { return queue_; }
+    // The waiting batches in the order they will be fetched.
+    std::vector<LXRequestOffersBatch> queued() const;
 
 private:
     struct NoResult {};
@@ -51,8 +55,9 @@ private:
                     std::function<void(Outcome)> done);
     void readAnswer(HttpResult result, std::function<void(Outcome)> done);
     void handle(const LXRequestOffersBatch& batch, Outcome outcome);
-    void applyAnswer(const LXRequestOffersBatch& batch, const std::vector<LXOfferResponse>& responses);
-    void updateCache(const LXOfferResponse& response);
+    void applyAnswer(const LXRequestOffersBatch& batch, std::vector<LXOfferResponse> responses);
+    void dropBatchesHolding(const LXRequestOffersBatch& answered, const std::vector<LXRoomDetails>& rooms);
+    void updateCache(LXOfferResponse response);
     void setErrorState(const LXRoomDetails& room);
 
     OfferBoard& board_;
@@ -62,8 +67,11 @@ private:
     BackgroundQueue& background_;
     LoggerSlot& log_;
     const bool& networkConnected_;
-    std::vector<LXRequestOffersBatch> queue_;
-    std::vector<std::size_t> queueKeys_;  // booking-and-hotel hash of each queued batch
+    // Batches by arrival, so that a fetch takes them in order and an answered
+    // one leaves without shifting the rest; indexed by booking-and-hotel hash.
+    std::map<std::uint64_t, LXRequestOffersBatch> queue_;
+    std::unordered_map<std::size_t, std::vector<std::uint64_t>> queueByKey_;
+    std::uint64_t nextArrival_ = 0;
     std::unique_ptr<Debouncer> debouncer_;
     const LXErrorInfo fetchingError_;
 };

@@ -91,7 +91,7 @@ public:
         parts.queue = queue;
         parts.clock = clock;
         parts.device = std::make_shared<FakeDeviceInfo>();
-        parts.systemLog = std::make_shared<RecordingSystemLog>();
+        parts.systemLog = systemLog;
         parts.makeHttp = [this](const EndpointOverrides&) { return http; };
         parts.makeCache = [this](const EndpointOverrides&) -> std::shared_ptr<CacheDirectory> {
             return std::make_shared<FixedCacheDirectory>(dir.path());
@@ -146,6 +146,7 @@ public:
     std::shared_ptr<ManualQueue> queue = std::make_shared<ManualQueue>();
     std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
     std::shared_ptr<FakeHttpClient> http = std::make_shared<FakeHttpClient>(*queue);
+    std::shared_ptr<RecordingSystemLog> systemLog = std::make_shared<RecordingSystemLog>();
     ManualNetworkMonitor* monitor = nullptr;
     TempDir dir;
     std::unique_ptr<LXHotelsFermoSDK> sdk;

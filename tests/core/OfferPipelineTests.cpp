@@ -171,6 +171,20 @@ TEST(OfferPipeline, RefreshAllReloadsEveryRoomWhileErrorsOnlyOnlyRetriesWhatIsQu
     ASSERT_EQ(h.http->count("fermo_offers"), 7u);
     EXPECT_THAT(requestedRoomIds(h.http->requestsTo("fermo_offers").back()), ElementsAre("A1", "A2"));
     EXPECT_THAT(states(*h.sdk), ElementsAre(State::loading, State::loading, State::available));
+
+    // Reloading everything while A's batch waits lists A's rooms twice in one
+    // request; one answer then serves both listings of a room.
+    h.failNext(FakeHttpClient::reply(500));
+    h.sdk->refreshCachedOffers(LXRefresh::all);
+    h.queue->advance(Seconds{0.2});
+    h.systemLog->clear();
+    h.serveOffers();
+    EXPECT_THAT(h.systemLog->lines(), IsEmpty());
+    EXPECT_THAT(requestedRoomIds(h.http->requestsTo("fermo_offers")[7]), ElementsAre("A1", "A2", "A1", "A2"));
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::available));
+    ASSERT_NE(FacadeAccess::board(*h.sdk).response(a1), nullptr);
+    EXPECT_EQ(FacadeAccess::board(*h.sdk).response(a1)->offer.id, "fo-A1");
+    EXPECT_THAT(h.engine().offers().queued(), IsEmpty());
 }
 
 TEST(OfferPipeline, AFailedBatchStaysLoadingAndQueuedWhileOthersGoOn) {
