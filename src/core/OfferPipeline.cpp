@@ -127,17 +127,17 @@ void OfferPipeline::fetchQueued() {
         [weak, batches](std::vector<std::string> bodies) {
             auto self = weak.lock();
             if (!self) return;
-            self->fetchBatch(std::make_shared<const Fetch>(Fetch{*batches, std::move(bodies)}), 0);
+            self->fetchBatch(std::make_shared<const Fetch>(Fetch{batches, std::move(bodies)}), 0);
         });
 }
 
 void OfferPipeline::fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t index) {
-    if (index >= fetch->batches.size()) return;
+    if (index >= fetch->batches->size()) return;
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     fetchOffers(fetch->bodies[index], [weak, fetch, index](Outcome outcome) {
         auto self = weak.lock();
         if (!self) return;
-        self->handle(fetch->batches[index], std::move(outcome));
+        self->handle((*fetch->batches)[index], std::move(outcome));
         self->fetchBatch(fetch, index + 1);
     });
 }

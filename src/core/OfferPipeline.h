@@ -44,7 +44,7 @@ private:
     // The queue as it stood when the debouncer fired, with each batch's
     // request body.
     struct Fetch {
-        std::vector<LXRequestOffersBatch> batches;
+        std::shared_ptr<const std::vector<LXRequestOffersBatch>> batches;
         std::vector<std::string> bodies;
     };
 

@@ -8,8 +8,10 @@ ServiceApi::ServiceApi(HttpClient& http, std::string apiUrl, std::string token)
     : http_(http), apiUrl_(std::move(apiUrl)), token_(std::move(token)) {}
 
 std::optional<std::string> ServiceApi::endpoint(std::string_view path) const {
-    std::string url = apiUrl_ + std::string(path);
-    if (!g_uri_is_valid(url.c_str(), G_URI_FLAGS_NONE, nullptr)) return std::nullopt;
+    if (auto known = endpoints_.find(path); known != endpoints_.end()) return known->second;
+    std::optional<std::string> url = apiUrl_ + std::string(path);
+    if (!g_uri_is_valid(url->c_str(), G_URI_FLAGS_NONE, nullptr)) url.reset();
+    endpoints_.emplace(std::string(path), url);
     return url;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -46,6 +47,9 @@ private:
     std::string token_;
     json::Encoder encoder_{json::KeyEncoding::convertToSnakeCase};
     json::Decoder decoder_{json::KeyDecoding::convertFromSnakeCase};
+    // Checking a URL means parsing it; the base never changes, so each
+    // path's answer is kept.
+    mutable std::map<std::string, std::optional<std::string>, std::less<>> endpoints_;
 };
 
 // The "lx-experiments" header: a JSON object in text form. Absent when the
