@@ -62,7 +62,7 @@ void OfferBoard::publishIfChanged() {
     offers_.notify();
 }
 
-void OfferBoard::setResponse(const LXRoomDetails& room, LXOfferResponse response) {
+void OfferBoard::setResponse(const LXRoomDetails& room, SharedResponse response) {
     responses_.insert_or_assign(room, std::move(response));
     dirty_ = true;
 }
@@ -70,7 +70,7 @@ void OfferBoard::setResponse(const LXRoomDetails& room, LXOfferResponse response
 const LXOfferResponse* OfferBoard::response(const LXRoomDetails& room) const {
     if (responses_.empty()) return nullptr;
     const auto found = responses_.find(room);
-    return found == responses_.end() ? nullptr : &found->second;
+    return found == responses_.end() ? nullptr : found->second.get();
 }
 
 }  // namespace lxhf

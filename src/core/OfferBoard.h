@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -33,8 +34,11 @@ public:
     // Tells subscribers once for all edits since the last call.
     void publishIfChanged();
 
-    const std::unordered_map<LXRoomDetails, LXOfferResponse>& responses() const noexcept { return responses_; }
-    void setResponse(const LXRoomDetails& room, LXOfferResponse response);
+    // Responses are immutable once decoded, so one answer may serve several
+    // entries without a copy.
+    using SharedResponse = std::shared_ptr<const LXOfferResponse>;
+    const std::unordered_map<LXRoomDetails, SharedResponse>& responses() const noexcept { return responses_; }
+    void setResponse(const LXRoomDetails& room, SharedResponse response);
     const LXOfferResponse* response(const LXRoomDetails& room) const;
 
 private:
@@ -45,7 +49,7 @@ private:
     std::unordered_map<LXRoomDetails, std::size_t> byDetails_;
     // Thirteen-field hash -> entry positions, ascending.
     std::unordered_map<std::size_t, std::vector<std::size_t>> byRequestRoom_;
-    std::unordered_map<LXRoomDetails, LXOfferResponse> responses_;
+    std::unordered_map<LXRoomDetails, SharedResponse> responses_;
 };
 
 std::size_t requestRoomHash(const LXRoom& room) noexcept;

@@ -171,6 +171,9 @@ void OfferPipeline::sendOffers(const std::string& url, const std::string& body, 
 
 // A large answer takes milliseconds to decode, so the main context only
 // checks the status and headers and leaves the body to the background.
+// A large answer takes milliseconds to decode, so the main context only
+// checks the status and headers and leaves the body to the background,
+// which hands back finished, immutable responses.
 void OfferPipeline::readAnswer(HttpResult result, std::function<void(Outcome)> done) {
     if (!result) return done(makeError("fetchOffers URLRequest error: " + result.error().description));
     HttpResponse& response = result.value();
@@ -179,27 +182,35 @@ void OfferPipeline::readAnswer(HttpResult result, std::function<void(Outcome)> d
     bool malformedExperiments = false;
     auto flags = decodeExperiments(response.header(api::kExperimentsHeader), malformedExperiments);
     if (malformedExperiments) logError(log_, "Error decoding lx-experiments");
+    struct Decoded {
+        Responses responses;
+        std::optional<std::string> error;
+    };
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     computeInBackground(
         background_,
-        [decoder = api_.decoder(), body = std::move(response.body)] {
-            return decoder.decode<std::vector<LXOfferResponse>>(body);
-        },
-        [weak, done = std::move(done), region = response.header(api::kClientRegionHeader),
+        [decoder = api_.decoder(), body = std::move(response.body), region = response.header(api::kClientRegionHeader),
          // A missing or unreadable header still gives every response a map, empty.
-         flags = flags.value_or(FeatureFlags{})](auto decoded) {
-            auto self = weak.lock();
-            if (!self) return;
-            if (!decoded) {
-                logError(self->log_, "Error decoding responseData:\n" + decoded.error().description());
-                return done(NoResult{});
-            }
-            auto responses = std::move(decoded).value();
-            for (auto& r : responses) {
+         flags = flags.value_or(FeatureFlags{})] {
+            auto decoded = decoder.decode<std::vector<LXOfferResponse>>(body);
+            if (!decoded) return Decoded{{}, decoded.error().description()};
+            Decoded finished;
+            finished.responses.reserve(decoded.value().size());
+            for (auto& r : decoded.value()) {
                 r.clientRegion = region;
                 r.featureFlags = flags;
+                finished.responses.push_back(std::make_shared<const LXOfferResponse>(std::move(r)));
             }
-            done(std::move(responses));
+            return finished;
+        },
+        [weak, done = std::move(done)](Decoded decoded) {
+            auto self = weak.lock();
+            if (!self) return;
+            if (decoded.error) {
+                logError(self->log_, "Error decoding responseData:\n" + *decoded.error);
+                return done(NoResult{});
+            }
+            done(std::move(decoded.responses));
         });
 }
 
@@ -211,34 +222,27 @@ void OfferPipeline::handle(const LXRequestOffersBatch& batch, Outcome outcome) {
         if (error->code()) message += "\ncode: " + std::to_string(*error->code());
         logError(log_, message);
     } else {
-        applyAnswer(batch, std::get<std::vector<LXOfferResponse>>(std::move(outcome)));
+        applyAnswer(batch, std::get<Responses>(outcome));
     }
 }
 
-void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, std::vector<LXOfferResponse> responses) {
+void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, const Responses& responses) {
     std::unordered_map<std::size_t, std::vector<std::size_t>> byRoom;
     for (std::size_t i = 0; i < responses.size(); ++i)
-        byRoom[requestRoomHash(responses[i].offer.room)].push_back(i);
+        byRoom[requestRoomHash(responses[i]->offer.room)].push_back(i);
 
-    constexpr std::size_t kNoMatch = SIZE_MAX;
-    std::vector<std::size_t> matches;
-    std::vector<std::size_t> usesLeft(responses.size(), 0);
     for (const auto& room : batch.roomsDetails) {
         const LXRoom& wanted = details(room).room;
-        std::size_t match = kNoMatch;
+        const OfferBoard::SharedResponse* match = nullptr;
         if (auto bucket = byRoom.find(requestRoomHash(wanted)); bucket != byRoom.end()) {
-            auto found = std::find_if(bucket->second.begin(), bucket->second.end(),
-                                      [&](std::size_t i) { return responses[i].offer.room.matches(wanted); });
-            if (found != bucket->second.end()) ++usesLeft[match = *found];
+            for (std::size_t i : bucket->second)
+                if (responses[i]->offer.room.matches(wanted)) {
+                    match = &responses[i];
+                    break;
+                }
         }
-        matches.push_back(match);
-    }
-    for (std::size_t r = 0; r < batch.roomsDetails.size(); ++r) {
-        const std::size_t match = matches[r];
-        if (match == kNoMatch) setErrorState(batch.roomsDetails[r]);
-        // The last room to use a response takes it; the board keeps a copy each.
-        else if (--usesLeft[match] == 0) updateCache(std::move(responses[match]));
-        else updateCache(responses[match]);
+        if (match) updateCache(*match);
+        else setErrorState(room);
     }
     dropBatchesHolding(batch, batch.roomsDetails);
     board_.publishIfChanged();
@@ -261,15 +265,14 @@ void OfferPipeline::dropBatchesHolding(const LXRequestOffersBatch& answered, con
     if (arrivals->second.empty()) queueByKey_.erase(arrivals);
 }
 
-void OfferPipeline::updateCache(LXOfferResponse response) {
-    const auto index = board_.indexOfMatching(response.offer.room);
+void OfferPipeline::updateCache(const OfferBoard::SharedResponse& response) {
+    const auto index = board_.indexOfMatching(response->offer.room);
     if (!index) {
         logWarn(log_, "Didn't find fermoOffers index to updateCache");
         return;
     }
-    const auto state = stateFor(response.type);
-    board_.setResponse(RoomDetailsAccess::room(board_.offers()[*index]), std::move(response));
-    board_.setState(*index, state);
+    board_.setResponse(RoomDetailsAccess::room(board_.offers()[*index]), response);
+    board_.setState(*index, stateFor(response->type));
 }
 
 void OfferPipeline::setErrorState(const LXRoomDetails& room) {

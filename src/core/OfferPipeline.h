@@ -40,7 +40,8 @@ public:
 
 private:
     struct NoResult {};
-    using Outcome = std::variant<NoResult, LXErrorInfo, std::vector<LXOfferResponse>>;
+    using Responses = std::vector<OfferBoard::SharedResponse>;
+    using Outcome = std::variant<NoResult, LXErrorInfo, Responses>;
     // The queue as it stood when the debouncer fired, with each batch's
     // request body.
     struct Fetch {
@@ -55,9 +56,9 @@ private:
                     std::function<void(Outcome)> done);
     void readAnswer(HttpResult result, std::function<void(Outcome)> done);
     void handle(const LXRequestOffersBatch& batch, Outcome outcome);
-    void applyAnswer(const LXRequestOffersBatch& batch, std::vector<LXOfferResponse> responses);
+    void applyAnswer(const LXRequestOffersBatch& batch, const Responses& responses);
     void dropBatchesHolding(const LXRequestOffersBatch& answered, const std::vector<LXRoomDetails>& rooms);
-    void updateCache(LXOfferResponse response);
+    void updateCache(const OfferBoard::SharedResponse& response);
     void setErrorState(const LXRoomDetails& room);
 
     OfferBoard& board_;

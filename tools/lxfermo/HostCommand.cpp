@@ -181,10 +181,9 @@ private:
         if (!room) return fail("shown needs \"room\"");
         auto decoded = lxhf::json::Decoder().fromJson<LXRoomDetails>(*room);
         if (!decoded) return fail("shown: room: " + decoded.error().description());
-        const auto& responses = lxhf::FacadeAccess::board(*sdk_).responses();
-        const auto found = responses.find(*decoded);
-        if (found == responses.end()) return fail("shown: no offer response is stored for this room");
-        lxhf::FacadeAccess::onShown(*sdk_, found->second);
+        const LXOfferResponse* found = lxhf::FacadeAccess::board(*sdk_).response(*decoded);
+        if (!found) return fail("shown: no offer response is stored for this room");
+        lxhf::FacadeAccess::onShown(*sdk_, *found);
         return Next::read;
     }
 
