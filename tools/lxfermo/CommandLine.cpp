@@ -67,6 +67,18 @@ std::optional<ParsedOptions> parseOptions(std::string_view command, const std::v
     return parsed;
 }
 
+std::variant<ParsedOptions, int> optionsOrExit(std::string_view command, std::string_view summary,
+                                               const std::vector<std::string>& args,
+                                               const std::vector<OptionInfo>& known) {
+    auto options = parseOptions(command, args, known);
+    if (!options) return kUsageError;
+    if (options->help) {
+        std::fputs(usage(command, summary, known).c_str(), stdout);
+        return 0;
+    }
+    return std::move(*options);
+}
+
 std::string usage(std::string_view command, std::string_view summary, const std::vector<OptionInfo>& known) {
     std::string out = "Usage: lxfermo " + std::string(command) + (known.empty() ? "" : " [options]") + "\n\n";
     out += std::string(summary) + "\n\nOptions:\n";

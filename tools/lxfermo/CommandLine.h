@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 namespace lxfermo {
@@ -36,6 +37,13 @@ std::optional<ParsedOptions> parseOptions(std::string_view command, const std::v
 
 // "Usage: lxfermo <command> [options]" followed by one line per option.
 std::string usage(std::string_view command, std::string_view summary, const std::vector<OptionInfo>& known);
+
+// What every subcommand does first: the parsed options, or, when the
+// arguments are wrong or ask for help, the exit code to return once the
+// complaint or the usage text has been written.
+std::variant<ParsedOptions, int> optionsOrExit(std::string_view command, std::string_view summary,
+                                               const std::vector<std::string>& args,
+                                               const std::vector<OptionInfo>& known);
 
 // Writes "lxfermo <command>: <message>" to stderr.
 void complain(std::string_view command, std::string_view message);

@@ -112,12 +112,9 @@ int runTerminal(DemoSetup& demo) {
 }  // namespace
 
 int runDemo(const std::vector<std::string>& args) {
-    const auto options = parseOptions("demo", args, kDemoOptions);
-    if (!options) return kUsageError;
-    if (options->help) {
-        std::fputs(usage("demo", kDemoSummary, kDemoOptions).c_str(), stdout);
-        return 0;
-    }
+    const auto parsed = optionsOrExit("demo", kDemoSummary, args, kDemoOptions);
+    const auto* options = std::get_if<ParsedOptions>(&parsed);
+    if (!options) return std::get<int>(parsed);
     auto demo = DemoSetup::start();
     if (!demo) return 1;
 #ifdef LXFERMO_HAS_GTK

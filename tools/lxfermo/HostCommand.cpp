@@ -241,12 +241,9 @@ private:
 }  // namespace
 
 int runHost(const std::vector<std::string>& args) {
-    const auto options = parseOptions("host", args, kHostOptions);
-    if (!options) return kUsageError;
-    if (options->help) {
-        std::fputs(usage("host", kHostSummary, kHostOptions).c_str(), stdout);
-        return 0;
-    }
+    const auto parsed = optionsOrExit("host", kHostSummary, args, kHostOptions);
+    const auto* options = std::get_if<ParsedOptions>(&parsed);
+    if (!options) return std::get<int>(parsed);
     lxhf::EndpointOverrides overrides;
     auto set = [&](const char* name, std::optional<std::string>& field) {
         if (const std::string* value = options->value(name)) field = *value;

@@ -63,12 +63,9 @@ void printNewRequests(SimRun& run) {
 }  // namespace
 
 int runSim(const std::vector<std::string>& args) {
-    const auto options = parseOptions("sim", args, kSimOptions);
-    if (!options) return kUsageError;
-    if (options->help) {
-        std::fputs(usage("sim", kSimSummary, kSimOptions).c_str(), stdout);
-        return 0;
-    }
+    const auto parsed = optionsOrExit("sim", kSimSummary, args, kSimOptions);
+    const auto* options = std::get_if<ParsedOptions>(&parsed);
+    if (!options) return std::get<int>(parsed);
     lxhf::testing::FermoTestService::Options serviceOptions;
     if (const std::string* port = options->value("port")) {
         const auto number = parseInteger(*port, 1, 65535);
