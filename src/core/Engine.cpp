@@ -2,6 +2,10 @@
 
 namespace lxhf {
 
+namespace {
+constexpr std::chrono::milliseconds kTerminationWait{200};
+}
+
 std::shared_ptr<LXCorvaneInternal> LXCorvaneInternal::create(OfferBoard& board, EngineParts parts, std::string token,
                                                              const std::string& systemVersion, bool isTablet,
                                                              LXEnvironment environment) {
@@ -38,6 +42,11 @@ void LXCorvaneInternal::pathChanged(bool satisfied) {
     if (!satisfied) return;
     offers_->resume();
     events_->resume();
+}
+
+void LXCorvaneInternal::removeStoredSession() {
+    sessions_->removeStoredSession();
+    parts_.background.waitUntilIdle(kTerminationWait);
 }
 
 void LXCorvaneInternal::updateUser(const std::optional<std::string>& userId) {

@@ -45,10 +45,11 @@ public:
     void updateUser(const std::optional<std::string>& userId);
     LXResult<bool, LXErrorInfo> onShown(const LXOfferResponse& response) { return events_->onShown(response); }
     // Termination: the logger goes, the session store is emptied and saved.
-    void removeStoredSession() { sessions_->removeStoredSession(); }
+    // The one call that blocks, as the process is ending, and then only
+    // briefly, for the empty file to land.
+    void removeStoredSession();
 
     const LXEnvironment& environment() const noexcept { return environment_; }
-    bool networkConnected() const noexcept { return networkConnected_; }
     SessionManager& sessions() noexcept { return *sessions_; }
     OfferPipeline& offers() noexcept { return *offers_; }
     EventReporter& events() noexcept { return *events_; }

@@ -46,6 +46,9 @@ void EventReporter::resume() {
 }
 
 void EventReporter::sendEvents() {
+    // A path flap can re-arm the timer while a send is in flight whose 204
+    // then empties the queue; an empty batch reports nothing.
+    if (queue_.empty()) return;
     auto url = api_.endpoint(api::kEventsPath);
     if (!url) return;  // "onShown error accessing server endpoint": ends the send, queue kept
     std::weak_ptr<EventReporter> weak = weak_from_this();

@@ -39,57 +39,108 @@ LXSession& SessionManager::session() {
     return *session_;
 }
 
-SessionStore& SessionManager::store() {
-    if (store_) return *store_;
-    auto loaded = loadSessionStore(cache_, log_, dateProviderOf(clock_));
-    if (!loaded) logError(log_, "Error accessing store");
-    else store_ = std::move(loaded.value());  // null without a cache directory
-    if (!store_) store_ = std::make_unique<SessionStore>(dateProviderOf(clock_), kEntryLifetime, kSessionStoreCountLimit);
-    return *store_;
-}
-
 std::optional<std::string> SessionManager::inMemorySessionId() const {
     return session_ ? session_->sessionId : std::nullopt;
 }
 
+SessionStore& SessionManager::emptyStore() {
+    store_ = std::make_unique<SessionStore>(dateProviderOf(clock_), kEntryLifetime, kSessionStoreCountLimit);
+    return *store_;
+}
+
+void SessionManager::withStore(std::function<void()> then) {
+    if (store_) return then();
+    waitingForStore_.push_back(std::move(then));
+    if (loading_) return;
+    auto file = sessionStoreFile(cache_, log_);
+    if (!file) {
+        emptyStore();
+        return storeLoaded(std::unique_ptr<SessionStore>{});
+    }
+    loading_ = true;
+    std::weak_ptr<SessionManager> weak = weak_from_this();
+    computeInBackground(
+        background_, [file = std::move(*file), dates = dateProviderOf(clock_)] { return readSessionStore(file, dates); },
+        [weak](LXResult<std::unique_ptr<SessionStore>, StoreError> loaded) {
+            if (auto self = weak.lock()) self->storeLoaded(std::move(loaded));
+        });
+}
+
+void SessionManager::storeLoaded(LXResult<std::unique_ptr<SessionStore>, StoreError> loaded) {
+    loading_ = false;
+    // A user change or termination while the file was read has emptied the
+    // store already; what the file held no longer counts.
+    if (!store_) {
+        if (!loaded) logError(log_, "Error accessing store");
+        else store_ = std::move(loaded.value());
+        if (!store_) emptyStore();
+    }
+    for (auto& then : std::exchange(waitingForStore_, {})) then();
+}
+
 void SessionManager::currentSessionId(std::function<void(SessionIdResult)> done) {
-    if (auto stored = store().value(kStoreKey)) {
+    withStore([this, done = std::move(done)]() mutable { lookUpSession(std::move(done)); });
+}
+
+void SessionManager::lookUpSession(std::function<void(SessionIdResult)> done) {
+    if (auto stored = store_->value(kStoreKey)) {
         session_ = std::move(*stored);
         ensureLogger();
     }
     if (const auto& id = session().sessionId) return done(*id);
 
-    waiting_.push_back(std::move(done));
-    if (waiting_.size() > 1) return;  // a request is already on its way
+    for (auto& creation : creations_) {
+        if (creation.partnerUserId != partnerUserId_) continue;
+        creation.waiting.push_back(std::move(done));  // the same request is already on its way
+        return;
+    }
+    creations_.push_back({partnerUserId_, {}});
+    creations_.back().waiting.push_back(std::move(done));
     LXDevice device = session().device.value_or(newDevice());
     createSession({partnerUserId_, device});
 }
 
 void SessionManager::createSession(const LXSessionInputs& inputs) {
     auto url = api_.endpoint(api::kSessionsPath);
-    if (!url) return finishCreation(makeError("createSession error accessing server endpoint"), inputs.device);
+    const auto& askedFor = inputs.partnerUserId;
+    if (!url) return finishCreation(askedFor, makeError("createSession error accessing server endpoint"), inputs.device);
 
     std::weak_ptr<SessionManager> weak = weak_from_this();
-    api_.post(*url, api_.encoder().encode(inputs), std::nullopt, [weak, device = inputs.device](HttpResult result) {
-        auto self = weak.lock();
-        if (!self) return;
-        if (!result)
-            return self->finishCreation(makeError("createSession URLRequest error: " + result.error().description),
-                                        device);
-        const HttpResponse& response = result.value();
-        if (response.status != api::kCreated)
-            return self->finishCreation(makeError("createSession statusCode error", response.status), device);
-        auto decoded = json::Decoder(json::KeyDecoding::convertFromSnakeCase).decode<LXSessionResponse>(response.body);
-        if (!decoded) {
-            logWarn(self->log_, "Error decoding createSession response data:\n" + decoded.error().description());
-            return self->finishCreation(makeError("createSession decoding error"), device);
-        }
-        self->finishCreation(std::move(decoded.value().id), device);
-    });
+    api_.post(*url, api_.encoder().encode(inputs), std::nullopt,
+              [weak, askedFor, device = inputs.device](HttpResult result) {
+                  auto self = weak.lock();
+                  if (!self) return;
+                  self->finishCreation(askedFor, self->readCreation(result), device);
+              });
 }
 
-void SessionManager::finishCreation(LXResult<std::string, LXErrorInfo> created, const LXDevice& device) {
-    auto waiting = std::exchange(waiting_, {});
+LXResult<std::string, LXErrorInfo> SessionManager::readCreation(const HttpResult& result) {
+    if (!result) return makeError("createSession URLRequest error: " + result.error().description);
+    const HttpResponse& response = result.value();
+    if (response.status != api::kCreated) return makeError("createSession statusCode error", response.status);
+    auto decoded = json::Decoder(json::KeyDecoding::convertFromSnakeCase).decode<LXSessionResponse>(response.body);
+    if (!decoded) {
+        logWarn(log_, "Error decoding createSession response data:\n" + decoded.error().description());
+        return makeError("createSession decoding error");
+    }
+    return std::move(decoded.value().id);
+}
+
+void SessionManager::finishCreation(const std::optional<std::string>& askedFor,
+                                    LXResult<std::string, LXErrorInfo> created, const LXDevice& device) {
+    std::vector<std::function<void(SessionIdResult)>> waiting;
+    for (auto it = creations_.begin(); it != creations_.end(); ++it) {
+        if (it->partnerUserId != askedFor) continue;
+        waiting = std::move(it->waiting);
+        creations_.erase(it);
+        break;
+    }
+    if (askedFor != partnerUserId_) {
+        // The user changed while this was asked: the answer is nobody's now.
+        // Its callers ask again, for the user of this moment.
+        for (auto& done : waiting) lookUpSession(std::move(done));
+        return;
+    }
     if (!created) {
         const LXErrorInfo failure = makeError(created.error().message());
         for (auto& done : waiting) done(failure);
@@ -97,15 +148,16 @@ void SessionManager::finishCreation(LXResult<std::string, LXErrorInfo> created, 
     }
     const std::string id = created.value();
     session_ = LXSession{partnerUserId_, id, Date::from(clock_.now()), device};
-    store().insert(*session_, kStoreKey);
-    saveStoreInBackground();
+    store_->insert(*session_, kStoreKey);
+    saveStoreInBackground("Error saving sessionStore to disk");
     ensureLogger();
     for (auto& done : waiting) done(id);
 }
 
-// Two fsyncs cost milliseconds, which the first offers must not wait for.
-void SessionManager::saveStoreInBackground() {
-    auto form = store().fileForm(kStoreName, cache_, log_);
+// Two fsyncs cost milliseconds, which no caller must wait for. The queue
+// keeps saves in the order they were asked for.
+void SessionManager::saveStoreInBackground(std::string_view failureMessage) {
+    auto form = store_->fileForm(kStoreName, cache_, log_);
     if (!form) return;
     std::weak_ptr<SessionManager> weak = weak_from_this();
     // The warning belongs to the moment of saving: with no logger then, the
@@ -113,9 +165,9 @@ void SessionManager::saveStoreInBackground() {
     const bool loggerPresent = log_.get() != nullptr;
     computeInBackground(
         background_, [form = std::move(*form)] { return writeWholeFileAtomically(form.file, form.text); },
-        [weak, loggerPresent](std::optional<FileError> failed) {
+        [weak, loggerPresent, message = std::string(failureMessage)](std::optional<FileError> failed) {
             auto self = weak.lock();
-            if (self && failed && loggerPresent) logWarn(self->log_, "Error saving sessionStore to disk");
+            if (self && failed && loggerPresent) logWarn(self->log_, message);
         });
 }
 
@@ -133,11 +185,11 @@ bool SessionManager::updateUser(const std::optional<std::string>& userId) {
 
 void SessionManager::removeStoredSession() {
     log_.clear();
-    store().removeAll();
-    // An earlier save still on its way must not land after this one.
-    background_.waitUntilIdle();
+    // Emptied whether or not it was loaded: what the file holds no longer counts.
+    if (store_) store_->removeAll();
+    else emptyStore();
     // The logger is already gone, so a failure here is, in practice, silent.
-    if (store().saveToDisk(kStoreName, cache_, log_)) logWarn(log_, "Error saving sessionStore to disk on termination");
+    saveStoreInBackground("Error saving sessionStore to disk on termination");
 }
 
 }  // namespace lxhf

@@ -20,9 +20,10 @@ namespace lxhf {
 
 // Owns the current session and the store that carries it across launches
 // for 14 days. Main context only; callbacks hold it weakly. Concurrent asks
-// for a new session share one request. A new session's file is written on
-// `background`, off the main context; emptying the file waits for that and
-// writes at once, since it runs at termination.
+// for a new session share one request when they would send the same inputs.
+// The session file is read and written only on `background`, whose items
+// run in order: the emptying that a user change or termination asks for
+// lands after every earlier write and before any later one.
 class SessionManager : public SessionSource, public std::enable_shared_from_this<SessionManager> {
 public:
     struct Device {
@@ -38,19 +39,33 @@ public:
 
     // True when the user changed; the caller then refreshes every offer.
     bool updateUser(const std::optional<std::string>& userId);
-    // Drops the shared logger, then empties the store and saves it.
+    // Drops the shared logger, then empties the store and queues its save.
+    // Never waits: a caller that must see the file written waits on
+    // `background` itself.
     void removeStoredSession();
 
     const std::optional<LXSession>& sessionIfMade() const noexcept { return session_; }
 
 private:
+    // Callers waiting for one "sessions" answer, all asking with the same user.
+    struct Creation {
+        std::optional<std::string> partnerUserId;
+        std::vector<std::function<void(SessionIdResult)>> waiting;
+    };
+
     LXSession& session();
-    SessionStore& store();
     LXDevice newDevice() const;
+    // Runs `then` once the store is loaded, loading it on `background` first.
+    void withStore(std::function<void()> then);
+    void storeLoaded(LXResult<std::unique_ptr<SessionStore>, StoreError> loaded);
+    SessionStore& emptyStore();
+    void lookUpSession(std::function<void(SessionIdResult)> done);
     void createSession(const LXSessionInputs& inputs);
-    void finishCreation(LXResult<std::string, LXErrorInfo> created, const LXDevice& device);
+    LXResult<std::string, LXErrorInfo> readCreation(const HttpResult& result);
+    void finishCreation(const std::optional<std::string>& askedFor, LXResult<std::string, LXErrorInfo> created,
+                        const LXDevice& device);
     void ensureLogger();
-    void saveStoreInBackground();
+    void saveStoreInBackground(std::string_view failureMessage);
 
     ServiceApi& api_;
     const Clock& clock_;
@@ -61,9 +76,11 @@ private:
     LXEnvironmentType environment_;
     Device device_;
     std::optional<LXSession> session_;
-    std::unique_ptr<SessionStore> store_;
+    std::unique_ptr<SessionStore> store_;  // null until loaded
+    bool loading_ = false;
+    std::vector<std::function<void()>> waitingForStore_;
     std::optional<std::string> partnerUserId_;
-    std::vector<std::function<void(SessionIdResult)>> waiting_;
+    std::vector<Creation> creations_;
 };
 
 // The locale sent with log records: the user's first language, "en_US" for C.

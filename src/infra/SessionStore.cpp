@@ -8,17 +8,28 @@ namespace lxhf {
 template class LXStore<std::string, LXSession>;
 template class LXStore<std::string, LXEvent>;
 
-LXResult<std::unique_ptr<SessionStore>, StoreError> loadSessionStore(const CacheDirectory& directory,
-                                                                     const LoggerSlot& logger,
-                                                                     DateProvider dateProvider) {
+std::optional<std::filesystem::path> sessionStoreFile(const CacheDirectory& directory, const LoggerSlot& logger) {
     auto root = directory.path();
     if (!root) {
         logWarn(logger, kUnexpectedCacheError);
-        return std::unique_ptr<SessionStore>{};
+        return std::nullopt;
     }
-    auto text = readWholeFile(*root / kSessionStoreFile);
+    return *root / kSessionStoreFile;
+}
+
+LXResult<std::unique_ptr<SessionStore>, StoreError> readSessionStore(const std::filesystem::path& file,
+                                                                     DateProvider dateProvider) {
+    auto text = readWholeFile(file);
     if (!text) return StoreError{text.error().description};
     return SessionStore::decode(text.value(), std::move(dateProvider));
+}
+
+LXResult<std::unique_ptr<SessionStore>, StoreError> loadSessionStore(const CacheDirectory& directory,
+                                                                     const LoggerSlot& logger,
+                                                                     DateProvider dateProvider) {
+    auto file = sessionStoreFile(directory, logger);
+    if (!file) return std::unique_ptr<SessionStore>{};
+    return readSessionStore(*file, std::move(dateProvider));
 }
 
 }  // namespace lxhf

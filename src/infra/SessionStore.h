@@ -24,6 +24,15 @@ inline constexpr std::string_view kSessionStoreFile = "sessionStore.cache";
 inline constexpr std::string_view kSessionStoreKey = "session";
 inline constexpr std::size_t kSessionStoreCountLimit = 1;
 
+// Where "sessionStore.cache" lives; absent, after "Unexpected cache error",
+// when there is no cache directory.
+LXHF_EXPORT std::optional<std::filesystem::path> sessionStoreFile(const CacheDirectory& directory,
+                                                                  const LoggerSlot& logger);
+// Reads and decodes that file. Touches nothing shared, so it may run off the
+// main context; a missing, unreadable or malformed file is an error.
+LXHF_EXPORT LXResult<std::unique_ptr<SessionStore>, StoreError> readSessionStore(const std::filesystem::path& file,
+                                                                                 DateProvider dateProvider);
+
 // Reads "sessionStore.cache" back. A null store means there is no cache
 // directory ("Unexpected cache error" has been logged); a missing,
 // unreadable or malformed file is an error for the caller to log. Never

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -15,10 +16,11 @@ class BackgroundQueue {
 public:
     virtual ~BackgroundQueue() = default;
     virtual void submit(std::function<void()> work, std::function<void()> then) = 0;
-    // Blocks until every submitted work item has finished; continuations still
-    // run later on the main context. For shutdown paths that must not race
-    // the worker, such as a last file write.
-    virtual void waitUntilIdle() = 0;
+    // Blocks until every work item submitted so far has finished, or `limit`
+    // has passed; true when they finished. Continuations still run later on
+    // the main context. Only for a process that is ending and wants its last
+    // file write on disk.
+    virtual bool waitUntilIdle(std::chrono::milliseconds limit) = 0;
 };
 
 // Runs both halves at once on the caller: what tests and tools without a
@@ -29,7 +31,7 @@ public:
         work();
         then();
     }
-    void waitUntilIdle() override {}
+    bool waitUntilIdle(std::chrono::milliseconds) override { return true; }
 };
 
 // Computes `work()` in the background and hands its result to `done` on the

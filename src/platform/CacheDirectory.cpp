@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <utility>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace lxhf {
@@ -25,6 +27,86 @@ void syncDirectoryOf(const std::filesystem::path& file) {
     close(fd);
 }
 
+std::string temporaryPrefix(const std::filesystem::path& file) { return "." + file.filename().string() + ".tmp-"; }
+
+// An open temporary file beside the real one. Its writer holds an exclusive
+// lock on it until the rename is done, so another writer (this process or
+// another one sharing the cache) can tell a live file from a left-over one.
+class TemporaryFile {
+public:
+    static LXResult<TemporaryFile, FileError> create(const std::filesystem::path& file) {
+        std::string name = (file.parent_path() / (temporaryPrefix(file) + "XXXXXX")).string();
+        int fd = g_mkstemp_full(name.data(), O_WRONLY | O_CLOEXEC, 0600);
+        if (fd < 0) return errnoError("Cannot create a temporary file for", file, errno);
+        flock(fd, LOCK_EX);
+        return TemporaryFile(fd, name);
+    }
+    TemporaryFile(TemporaryFile&& other) noexcept
+        : fd_(std::exchange(other.fd_, -1)), path_(std::move(other.path_)) {}
+    TemporaryFile& operator=(TemporaryFile&&) = delete;
+    ~TemporaryFile() {
+        if (fd_ < 0) return;
+        close(fd_);
+        if (!committed_) g_unlink(path_.c_str());
+    }
+
+    const std::filesystem::path& path() const { return path_; }
+
+    // Writes everything and flushes it to disk: the data must be there before
+    // a rename makes it the real file.
+    std::optional<FileError> write(std::string_view data) {
+        for (const char* next = data.data(); !data.empty();) {
+            ssize_t written = ::write(fd_, next, data.size());
+            if (written < 0 && errno == EINTR) continue;
+            if (written <= 0) return errnoError("Cannot write", path_, written < 0 ? errno : EIO);
+            next += written;
+            data.remove_prefix(static_cast<size_t>(written));
+        }
+        if (fsync(fd_) != 0) return errnoError("Cannot flush", path_, errno);
+        return std::nullopt;
+    }
+
+    std::optional<FileError> renameOver(const std::filesystem::path& file) {
+        if (std::rename(path_.c_str(), file.c_str()) != 0) return errnoError("Cannot replace", file, errno);
+        committed_ = true;
+        syncDirectoryOf(file);
+        return std::nullopt;
+    }
+
+    // Closes without removing, as a killed writer would.
+    void abandon() { committed_ = true; }
+
+private:
+    TemporaryFile(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
+    int fd_;
+    std::filesystem::path path_;
+    bool committed_ = false;
+};
+
+bool lockedByItsWriter(const std::filesystem::path& temporary) {
+    int fd = open(temporary.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return true;  // gone already, or not ours to judge
+    const bool locked = flock(fd, LOCK_EX | LOCK_NB) != 0;
+    close(fd);
+    return locked;
+}
+
+// A killed or crashed write leaves its temporary file behind; without this
+// they would pile up, one per interrupted write.
+void removeStaleTemporaryFiles(const std::filesystem::path& file) {
+    const std::string prefix = temporaryPrefix(file);
+    std::error_code error;
+    const auto now = std::filesystem::file_time_type::clock::now();
+    for (const auto& entry : std::filesystem::directory_iterator(file.parent_path(), error)) {
+        const std::string name = entry.path().filename().string();
+        if (name.compare(0, prefix.size(), prefix) != 0) continue;
+        std::error_code timeError;
+        const auto modified = entry.last_write_time(timeError);
+        if (timeError || now - modified < kStaleTemporaryAge) continue;
+        if (!lockedByItsWriter(entry.path())) g_unlink(entry.path().c_str());
+    }
+}
+
 }  // namespace
 
 LXResult<std::string, FileError> readWholeFile(const std::filesystem::path& file) {
@@ -41,54 +123,21 @@ LXResult<std::string, FileError> readWholeFile(const std::filesystem::path& file
     return data;
 }
 
+std::optional<FileError> writeWholeFileAtomically(const std::filesystem::path& file, std::string_view data) {
+    removeStaleTemporaryFiles(file);
+    auto temporary = TemporaryFile::create(file);
+    if (!temporary) return temporary.error();
+    if (auto failed = temporary->write(data)) return failed;
+    return temporary->renameOver(file);
+}
+
 LXResult<std::filesystem::path, FileError> writeTemporaryFileBeside(const std::filesystem::path& file,
                                                                     std::string_view data) {
-    std::filesystem::path pattern = file;
-    pattern.replace_filename("." + file.filename().string() + ".tmp-XXXXXX");
-    std::string name = pattern.string();
-    int fd = g_mkstemp_full(name.data(), O_WRONLY | O_CLOEXEC, 0600);
-    if (fd < 0) return errnoError("Cannot create a temporary file for", file, errno);
-    std::filesystem::path temporary = name;
-
-    const char* next = data.data();
-    size_t left = data.size();
-    while (left > 0) {
-        ssize_t written = write(fd, next, left);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) {
-            int code = written < 0 ? errno : EIO;
-            close(fd);
-            g_unlink(temporary.c_str());
-            return errnoError("Cannot write", temporary, code);
-        }
-        next += written;
-        left -= static_cast<size_t>(written);
-    }
-    // The data must be on disk before the rename makes it the real file.
-    int code = fsync(fd) == 0 ? 0 : errno;
-    if (close(fd) != 0 && code == 0) code = errno;
-    if (code != 0) {
-        g_unlink(temporary.c_str());
-        return errnoError("Cannot flush", temporary, code);
-    }
-    return temporary;
-}
-
-std::optional<FileError> replaceWithTemporaryFile(const std::filesystem::path& temporary,
-                                                  const std::filesystem::path& file) {
-    if (std::rename(temporary.c_str(), file.c_str()) != 0) {
-        int code = errno;
-        g_unlink(temporary.c_str());
-        return errnoError("Cannot replace", file, code);
-    }
-    syncDirectoryOf(file);
-    return std::nullopt;
-}
-
-std::optional<FileError> writeWholeFileAtomically(const std::filesystem::path& file, std::string_view data) {
-    auto temporary = writeTemporaryFileBeside(file, data);
+    auto temporary = TemporaryFile::create(file);
     if (!temporary) return temporary.error();
-    return replaceWithTemporaryFile(*temporary, file);
+    if (auto failed = temporary->write(data)) return *failed;
+    temporary->abandon();
+    return temporary->path();
 }
 
 }  // namespace lxhf

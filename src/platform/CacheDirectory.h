@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -22,15 +23,18 @@ struct FileError {
 
 LXResult<std::string, FileError> readWholeFile(const std::filesystem::path& file);
 // Writes a temporary file beside `file`, then renames it over `file`, so a
-// crash never leaves a torn file behind. Empty on success.
+// crash never leaves a torn file behind. Temporary files that an interrupted
+// write left beside `file` are removed first. Empty on success.
 std::optional<FileError> writeWholeFileAtomically(const std::filesystem::path& file, std::string_view data);
 
-// The two halves of writeWholeFileAtomically, apart so a test can stop
-// between them as a crash would. The temporary file's name starts with "."
-// and ends in ".tmp" plus a random part; readers never look at it.
+// The first half of writeWholeFileAtomically, alone, as a write killed
+// before its rename leaves it: a test's stand-in for a crash. The name starts
+// with "." and ends in ".tmp-" plus a random part; readers never look at it.
 LXResult<std::filesystem::path, FileError> writeTemporaryFileBeside(const std::filesystem::path& file,
                                                                     std::string_view data);
-std::optional<FileError> replaceWithTemporaryFile(const std::filesystem::path& temporary,
-                                                  const std::filesystem::path& file);
+
+// How old an unlocked temporary file must be before it counts as left over.
+// A writer locks its file right after making it; this covers that moment.
+inline constexpr std::chrono::seconds kStaleTemporaryAge{1};
 
 }  // namespace lxhf

@@ -1,5 +1,8 @@
 #include "platform/GLibBackgroundQueue.h"
 
+#include <condition_variable>
+#include <mutex>
+
 namespace lxhf {
 
 namespace {
@@ -68,10 +71,24 @@ void GLibBackgroundQueue::submit(std::function<void()> work, std::function<void(
     g_thread_pool_push(pool_, job, nullptr);
 }
 
-void GLibBackgroundQueue::waitUntilIdle() {
-    // Freeing with wait lets every queued item finish; a new pool takes over.
-    g_thread_pool_free(pool_, FALSE, TRUE);
-    pool_ = newPool();
+bool GLibBackgroundQueue::waitUntilIdle(std::chrono::milliseconds limit) {
+    // Items run in order, so a marker behind them finishes last. The marker
+    // is shared: when the wait gives up, the worker still signals into it.
+    struct Marker {
+        std::mutex mutex;
+        std::condition_variable reached;
+        bool done = false;
+    };
+    auto marker = std::make_shared<Marker>();
+    submit(
+        [marker] {
+            std::lock_guard lock(marker->mutex);
+            marker->done = true;
+            marker->reached.notify_all();
+        },
+        nullptr);
+    std::unique_lock lock(marker->mutex);
+    return marker->reached.wait_for(lock, limit, [&] { return marker->done; });
 }
 
 }  // namespace lxhf

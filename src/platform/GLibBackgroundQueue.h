@@ -25,7 +25,7 @@ public:
     GLibBackgroundQueue& operator=(const GLibBackgroundQueue&) = delete;
 
     void submit(std::function<void()> work, std::function<void()> then) override;
-    void waitUntilIdle() override;
+    bool waitUntilIdle(std::chrono::milliseconds limit) override;
 
     // Main context only.
     struct Continuations {

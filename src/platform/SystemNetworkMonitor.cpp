@@ -12,7 +12,6 @@ struct SystemNetworkMonitor::State {
     std::string host;
     std::uint16_t port = 0;
     std::function<void(bool)> onChange;
-    std::optional<bool> lastReported;
     GNetworkMonitor* monitor = nullptr;
     gulong changedHandler = 0;
     GCancellable* reachInFlight = nullptr;
@@ -22,12 +21,13 @@ namespace {
 
 using State = SystemNetworkMonitor::State;
 
-// Hops to the main queue; only the first answer and real changes get through.
+// Hops to the main queue. Every evaluation is a new path, also when
+// availability stays the same: a roam from Wi-Fi to wired, or a VPN coming
+// up, is "satisfied" again, and waiting work must be retried on it.
 void report(const std::shared_ptr<State>& state, bool satisfied) {
     state->queue->post([weak = std::weak_ptr<State>(state), satisfied] {
         auto current = weak.lock();
-        if (!current || !current->onChange || current->lastReported == satisfied) return;
-        current->lastReported = satisfied;
+        if (!current || !current->onChange) return;
         current->onChange(satisfied);
     });
 }

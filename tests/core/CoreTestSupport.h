@@ -86,8 +86,11 @@ inline std::string headerValue(const HttpRequest& request, const std::string& na
 // A facade on virtual time: sessions answer "S1", offers wait for serveOffers().
 class CoreHarness {
 public:
-    explicit CoreHarness(bool online = true, bool configure = true) : online_(online) {
+    explicit CoreHarness(bool online = true, bool configure = true,
+                         std::shared_ptr<BackgroundQueue> background = nullptr)
+        : online_(online) {
         FacadeParts parts;
+        parts.background = std::move(background);
         parts.queue = queue;
         parts.clock = clock;
         parts.device = std::make_shared<FakeDeviceInfo>();

@@ -127,6 +127,14 @@ TEST_F(EventReporting, OfflineEventsWaitForTheNetworkThenTwoSeconds) {
     EXPECT_EQ(posts(), 0u);
     wait(0.1);
     EXPECT_EQ(posts(), 1u);
+
+    // A flap while that post is in flight re-arms the timer; its 204 then
+    // empties the queue, and the timer finds nothing to post.
+    h.monitor->setSatisfied(true);
+    h.failNext(FakeHttpClient::reply(204));
+    EXPECT_THAT(queued(), IsEmpty());
+    wait(2.05);
+    EXPECT_EQ(posts(), 1u);
 }
 
 TEST_F(EventReporting, AHundredAndOneReportsLetTheFirstBeReportedAgain) {

@@ -5,6 +5,10 @@
 #include <filesystem>
 #include <fstream>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include "platform/CacheDirectory.h"
 #include "platform/UserCacheDirectory.h"
 #include "support/TempDir.h"
@@ -19,7 +23,7 @@ std::vector<std::string> namesIn(const std::filesystem::path& directory) {
     return names;
 }
 
-TEST(AtomicFileWrite, ReplacesTheWholeFileAndAStopBeforeRenameKeepsTheOld) {
+TEST(AtomicFileWrite, ReplacesTheWholeFileAndClearsWhatKilledWritesLeft) {
     test::TempDir dir;
     auto file = dir / "session.json";
     ASSERT_FALSE(writeWholeFileAtomically(file, std::string("a much longer first version\0with a NUL", 38)));
@@ -27,14 +31,26 @@ TEST(AtomicFileWrite, ReplacesTheWholeFileAndAStopBeforeRenameKeepsTheOld) {
     EXPECT_EQ(*readWholeFile(file), "old");
     EXPECT_EQ(namesIn(dir.path()), (std::vector<std::string>{"session.json"}));
 
+    // A write killed before its rename leaves its temporary file behind.
     auto temporary = writeTemporaryFileBeside(file, "never committed");
     ASSERT_TRUE(temporary.ok());
     EXPECT_EQ(temporary->parent_path(), dir.path());
     EXPECT_EQ(*readWholeFile(file), "old");
-    // The next run writes beside the stray file and reads its own data.
+    ASSERT_FALSE(writeWholeFileAtomically(file, "young"));
+    EXPECT_TRUE(std::filesystem::exists(*temporary)) << "it may be a live write that has not locked yet";
+
+    // Once old, a locked one is a live write elsewhere; an unlocked one is left over.
+    auto live = writeTemporaryFileBeside(file, "another process writing");
+    for (const auto* path : {&*temporary, &*live})
+        std::filesystem::last_write_time(*path, std::filesystem::file_time_type::clock::now() - std::chrono::seconds(5));
+    int liveFd = open(live->c_str(), O_RDONLY);
+    ASSERT_EQ(flock(liveFd, LOCK_EX), 0);
     ASSERT_FALSE(writeWholeFileAtomically(file, ""));
     EXPECT_EQ(*readWholeFile(file), "");
-    EXPECT_EQ(*readWholeFile(*temporary), "never committed");
+    EXPECT_EQ(namesIn(dir.path()), (std::vector<std::string>{live->filename(), "session.json"}));
+    close(liveFd);
+    ASSERT_FALSE(writeWholeFileAtomically(file, "next"));
+    EXPECT_EQ(namesIn(dir.path()), (std::vector<std::string>{"session.json"}));
 }
 
 TEST(AtomicFileWrite, FailuresAreDescribedValuesAndLeaveNoTemp) {

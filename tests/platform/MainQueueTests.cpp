@@ -93,7 +93,8 @@ TEST(GLibBackgroundQueue, WorkRunsOffTheMainThreadInOrderAndOnlyTheContinuations
                 continued.push_back(std::to_string(i));
             });
     }
-    queue.waitUntilIdle();
+    EXPECT_FALSE(queue.waitUntilIdle(std::chrono::milliseconds(1))) << "the slow first item is still running";
+    EXPECT_TRUE(queue.waitUntilIdle(std::chrono::seconds(10)));
     EXPECT_EQ(offMain.load(), 20);
     ASSERT_EQ(worked.size(), 20u);
     for (int i = 0; i < 20; ++i) EXPECT_EQ(worked[std::size_t(i)], i);

@@ -28,9 +28,9 @@ public:
         });
     }
 
-    // Delivers synchronously when it changes and the monitor was started.
+    // A new path, delivered synchronously once started; a satisfied path
+    // after a satisfied one is a roam (another interface, a VPN).
     void setSatisfied(bool satisfied) {
-        if (satisfied == satisfied_) return;
         satisfied_ = satisfied;
         if (onChange_) onChange_(satisfied_);
     }

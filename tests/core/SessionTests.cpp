@@ -1,0 +1,115 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "CoreTestSupport.h"
+#include "infra/SessionStore.h"
+#include "support/ManualBackgroundQueue.h"
+
+namespace lxhf::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+std::optional<std::string> partnerUserIdOf(const HttpRequest& request) {
+    const auto body = json::parse(request.body).value();
+    if (!body.contains("partner_user_id")) return std::nullopt;
+    return body["partner_user_id"].get<std::string>();
+}
+
+std::string storeText(const TempDir& dir) {
+    auto text = readWholeFile(dir / "sessionStore.cache");
+    return text ? text.value() : "<no file>";
+}
+
+TEST(Sessions, AUserChangeBeforeTheFirstAnswerAsksAgainForTheNewUser) {
+    CoreHarness h;
+    h.http->hold(true);
+    h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+    h.queue->advance(Seconds{0.2});
+    h.sdk->updateUser("user-2");
+    h.queue->advance(Seconds{0.2});
+
+    const auto asked = h.http->requestsTo("sessions");
+    ASSERT_EQ(asked.size(), 2u);
+    EXPECT_EQ(partnerUserIdOf(asked[0]), std::nullopt);
+    EXPECT_EQ(partnerUserIdOf(asked[1]), "user-2");
+
+    // The old user's answer is nobody's now: its callers wait for the new one.
+    h.http->completeNext(FakeHttpClient::reply(201, R"({"id":"S-old"})"));
+    h.queue->runPending();
+    EXPECT_NE(h.engine().sessions().inMemorySessionId(), "S-old");
+    EXPECT_EQ(h.http->count("fermo_offers"), 0u);
+    h.http->completeNext(FakeHttpClient::reply(201, R"({"id":"S-new"})"));
+    h.queue->runPending();
+
+    EXPECT_EQ(h.http->count("sessions"), 2u);
+    ASSERT_EQ(h.http->count("fermo_offers"), 2u);  // the first fetch and the refresh
+    for (const auto& request : h.http->requestsTo("fermo_offers"))
+        EXPECT_EQ(headerValue(request, "LX-Session-ID"), "S-new");
+    EXPECT_THAT(storeText(h.dir), HasSubstr("\"userId\":\"user-2\",\"sessionId\":\"S-new\""));
+}
+
+class SessionFile : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SessionStore earlier(dateProviderOf(*h.clock));
+        earlier.insert(LXSession{std::nullopt, "S-stored", Date::from(h.clock->now()), std::nullopt}, "session");
+        LoggerSlot none;
+        ASSERT_FALSE(earlier.saveToDisk("sessionStore", FixedCacheDirectory(h.dir.path()), none));
+        stored = storeText(h.dir);
+    }
+
+    std::shared_ptr<ManualBackgroundQueue> worker = std::make_shared<ManualBackgroundQueue>();
+    CoreHarness h{true, true, worker};
+    std::string stored;
+};
+
+TEST_F(SessionFile, IsReadAndWrittenOnlyOnTheWorkerAndEmptiedBeforeANewSessionIsWritten) {
+    h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+    h.queue->advance(Seconds{0.2});
+    worker->runNext();  // the request's encoding; the lookup then asks for the file
+    EXPECT_THAT(h.apiRequests(), IsEmpty()) << "the first lookup waits for the worker's read";
+    worker->runNext();
+    EXPECT_EQ(h.http->count("sessions"), 0u);
+    EXPECT_EQ(headerValue(h.http->requestsTo("fermo_offers").at(0), "LX-Session-ID"), "S-stored");
+    h.serveOffers();
+    worker->runAll();
+
+    h.sdk->updateUser("user-2");
+    EXPECT_EQ(worker->waits, 0);
+    EXPECT_EQ(storeText(h.dir), stored) << "nothing is written on the main context";
+    h.queue->advance(Seconds{0.2});
+    worker->runNext();
+    EXPECT_EQ(storeText(h.dir), "[]");
+    worker->runNext();  // the refresh's encoding: a session for user-2, whose save queues behind
+    h.queue->runPending();
+    ASSERT_EQ(worker->pending(), 1u);
+    worker->runNext();
+    EXPECT_THAT(storeText(h.dir), HasSubstr("\"userId\":\"user-2\",\"sessionId\":\"S1\""));
+}
+
+TEST_F(SessionFile, AUserChangeWhileTheFileIsReadDiscardsWhatItHeld) {
+    h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+    h.queue->advance(Seconds{0.2});
+    worker->runNext();  // the lookup asks for the file
+    h.sdk->updateUser("user-2");
+    worker->runAll();  // the read finishes after the change, then the emptying
+    h.queue->advance(Seconds{0.2});
+    worker->runAll();
+    h.serveOffers();
+    const auto asked = h.http->requestsTo("sessions");
+    ASSERT_EQ(asked.size(), 1u);
+    EXPECT_EQ(partnerUserIdOf(asked[0]), "user-2");
+    ASSERT_FALSE(h.http->requestsTo("fermo_offers").empty());
+    for (const auto& request : h.http->requestsTo("fermo_offers"))
+        EXPECT_EQ(headerValue(request, "LX-Session-ID"), "S1");
+
+    // Termination waits, briefly, for the worker: the process is ending.
+    h.sdk->applicationWillTerminate();
+    EXPECT_EQ(worker->waits, 1);
+    EXPECT_EQ(storeText(h.dir), "[]");
+}
+
+}  // namespace
+}  // namespace lxhf::test
