@@ -29,25 +29,35 @@ void syncDirectoryOf(const std::filesystem::path& file) {
 
 std::string temporaryPrefix(const std::filesystem::path& file) { return "." + file.filename().string() + ".tmp-"; }
 
-// An open temporary file beside the real one. Its writer holds an exclusive
-// lock on it until the rename is done, so another writer (this process or
-// another one sharing the cache) can tell a live file from a left-over one.
+// An open temporary file beside the real one. Where the filesystem allows,
+// it has no name until its data is on disk, so a write killed midway leaves
+// nothing behind; it gets its temporary name only just before the rename.
+// Its writer holds an exclusive lock on it from before it has a name until
+// the rename is done, so another writer (in this process or another one
+// sharing the cache) can tell a live file from a left-over one.
 class TemporaryFile {
 public:
     static LXResult<TemporaryFile, FileError> create(const std::filesystem::path& file) {
-        std::string name = (file.parent_path() / (temporaryPrefix(file) + "XXXXXX")).string();
-        int fd = g_mkstemp_full(name.data(), O_WRONLY | O_CLOEXEC, 0600);
+        const std::filesystem::path directory = file.parent_path().empty() ? "." : file.parent_path();
+        int fd = open(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+        if (fd >= 0 && access(kProcFds, X_OK) == 0) {
+            flock(fd, LOCK_EX);
+            return TemporaryFile(fd, file, {});
+        }
+        if (fd >= 0) close(fd);
+        std::string name = (directory / (temporaryPrefix(file) + "XXXXXX")).string();
+        fd = g_mkstemp_full(name.data(), O_WRONLY | O_CLOEXEC, 0600);
         if (fd < 0) return errnoError("Cannot create a temporary file for", file, errno);
         flock(fd, LOCK_EX);
-        return TemporaryFile(fd, name);
+        return TemporaryFile(fd, file, name);
     }
     TemporaryFile(TemporaryFile&& other) noexcept
-        : fd_(std::exchange(other.fd_, -1)), path_(std::move(other.path_)) {}
+        : fd_(std::exchange(other.fd_, -1)), file_(std::move(other.file_)), path_(std::move(other.path_)) {}
     TemporaryFile& operator=(TemporaryFile&&) = delete;
     ~TemporaryFile() {
         if (fd_ < 0) return;
+        if (!kept_ && !path_.empty()) g_unlink(path_.c_str());
         close(fd_);
-        if (!committed_) g_unlink(path_.c_str());
     }
 
     const std::filesystem::path& path() const { return path_; }
@@ -58,29 +68,55 @@ public:
         for (const char* next = data.data(); !data.empty();) {
             ssize_t written = ::write(fd_, next, data.size());
             if (written < 0 && errno == EINTR) continue;
-            if (written <= 0) return errnoError("Cannot write", path_, written < 0 ? errno : EIO);
+            if (written <= 0) return errnoError("Cannot write", file_, written < 0 ? errno : EIO);
             next += written;
             data.remove_prefix(static_cast<size_t>(written));
         }
-        if (fsync(fd_) != 0) return errnoError("Cannot flush", path_, errno);
+        if (fsync(fd_) != 0) return errnoError("Cannot flush", file_, errno);
         return std::nullopt;
     }
 
-    std::optional<FileError> renameOver(const std::filesystem::path& file) {
-        if (std::rename(path_.c_str(), file.c_str()) != 0) return errnoError("Cannot replace", file, errno);
-        committed_ = true;
-        syncDirectoryOf(file);
+    std::optional<FileError> name() {
+        if (!path_.empty()) return std::nullopt;
+        const std::string fdPath = std::string(kProcFds) + "/" + std::to_string(fd_);
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            gchar* suffix = g_strdup_printf("%08x", g_random_int());
+            std::filesystem::path candidate = file_.parent_path() / (temporaryPrefix(file_) + suffix);
+            g_free(suffix);
+            if (linkat(AT_FDCWD, fdPath.c_str(), AT_FDCWD, candidate.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+                path_ = std::move(candidate);
+                return std::nullopt;
+            }
+            if (errno != EEXIST) return errnoError("Cannot name a temporary file for", file_, errno);
+        }
+        return errnoError("Cannot name a temporary file for", file_, EEXIST);
+    }
+
+    std::optional<FileError> renameOver() {
+        if (auto failed = name()) return failed;
+        if (std::rename(path_.c_str(), file_.c_str()) != 0) return errnoError("Cannot replace", file_, errno);
+        kept_ = true;
+        syncDirectoryOf(file_);
         return std::nullopt;
     }
 
-    // Closes without removing, as a killed writer would.
-    void abandon() { committed_ = true; }
+    // Closes it under its temporary name, as a writer killed before its
+    // rename would.
+    std::optional<FileError> abandon() {
+        if (auto failed = name()) return failed;
+        kept_ = true;
+        return std::nullopt;
+    }
 
 private:
-    TemporaryFile(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
+    static constexpr const char* kProcFds = "/proc/self/fd";
+
+    TemporaryFile(int fd, std::filesystem::path file, std::filesystem::path path)
+        : fd_(fd), file_(std::move(file)), path_(std::move(path)) {}
     int fd_;
-    std::filesystem::path path_;
-    bool committed_ = false;
+    std::filesystem::path file_;
+    std::filesystem::path path_;  // empty while unnamed
+    bool kept_ = false;
 };
 
 bool lockedByItsWriter(const std::filesystem::path& temporary) {
@@ -128,7 +164,7 @@ std::optional<FileError> writeWholeFileAtomically(const std::filesystem::path& f
     auto temporary = TemporaryFile::create(file);
     if (!temporary) return temporary.error();
     if (auto failed = temporary->write(data)) return failed;
-    return temporary->renameOver(file);
+    return temporary->renameOver();
 }
 
 LXResult<std::filesystem::path, FileError> writeTemporaryFileBeside(const std::filesystem::path& file,
@@ -136,7 +172,7 @@ LXResult<std::filesystem::path, FileError> writeTemporaryFileBeside(const std::f
     auto temporary = TemporaryFile::create(file);
     if (!temporary) return temporary.error();
     if (auto failed = temporary->write(data)) return *failed;
-    temporary->abandon();
+    if (auto failed = temporary->abandon()) return *failed;
     return temporary->path();
 }
 

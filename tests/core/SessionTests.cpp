@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <signal.h>
+#include <sys/resource.h>
+
 #include "CoreTestSupport.h"
 #include "infra/SessionStore.h"
 #include "support/ManualBackgroundQueue.h"
@@ -48,6 +51,42 @@ TEST(Sessions, AUserChangeBeforeTheFirstAnswerAsksAgainForTheNewUser) {
     for (const auto& request : h.http->requestsTo("fermo_offers"))
         EXPECT_EQ(headerValue(request, "LX-Session-ID"), "S-new");
     EXPECT_THAT(storeText(h.dir), HasSubstr("\"userId\":\"user-2\",\"sessionId\":\"S-new\""));
+}
+
+// Files of this process cannot grow past a few bytes, as on a full disk.
+class FullDisk {
+public:
+    FullDisk() {
+        getrlimit(RLIMIT_FSIZE, &saved_);
+        previous_ = signal(SIGXFSZ, SIG_IGN);
+        const rlimit tiny{16, saved_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &tiny);
+    }
+    ~FullDisk() {
+        setrlimit(RLIMIT_FSIZE, &saved_);
+        signal(SIGXFSZ, previous_);
+    }
+
+private:
+    rlimit saved_{};
+    sighandler_t previous_;
+};
+
+TEST(Sessions, AFullDiskKeepsTheSessionInMemoryAndSaysSo) {
+    CoreHarness h;
+    // A logger from earlier in the process, so the failure can be told.
+    FacadeAccess::log(*h.sdk).installOrRenew(makeLoggerConfig(LXEnvironmentType::staging, "en_US", "S0"),
+                                             LoggerContext{*h.http, *h.systemLog, "https://intake.test/api/v2/logs"});
+    {
+        FullDisk full;
+        h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+        h.queue->advance(Seconds{0.2});
+        h.serveOffers();
+    }
+    EXPECT_EQ(h.engine().sessions().inMemorySessionId(), "S1");
+    EXPECT_THAT(states(*h.sdk), ::testing::ElementsAre(State::available));
+    EXPECT_EQ(storeText(h.dir), "<no file>");
+    EXPECT_THAT(h.systemLog->lines(), ::testing::Contains("[LXHotelsFermoSDK] : Error saving sessionStore to disk"));
 }
 
 class SessionFile : public ::testing::Test {

@@ -7,8 +7,11 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include "infra/SessionStore.h"
 #include "platform/CacheDirectory.h"
 #include "platform/UserCacheDirectory.h"
 #include "support/TempDir.h"
@@ -67,6 +70,32 @@ TEST(AtomicFileWrite, FailuresAreDescribedValuesAndLeaveNoTemp) {
     std::ofstream(dir / "taken" / "inside") << "x";
     EXPECT_TRUE(writeWholeFileAtomically(dir / "taken", "data").has_value());
     EXPECT_EQ(namesIn(dir.path()), (std::vector<std::string>{"taken"}));
+}
+
+TEST(SessionFileUnderKill, IsAbsentOrOneWholeSessionWhateverMomentTheWriterDies) {
+    test::TempDir dir;
+    const auto file = dir / "sessionStore.cache";
+    int whole = 0;
+    for (int round = 0; round < 100; ++round) {
+        const char* argv[] = {LXHF_SESSION_WRITER, dir.path().c_str(), nullptr};
+        GPid writer = 0;
+        ASSERT_TRUE(g_spawn_async(nullptr, const_cast<char**>(argv), nullptr, G_SPAWN_DO_NOT_REAP_CHILD, nullptr,
+                                  nullptr, &writer, nullptr));
+        g_usleep(g_random_int_range(1'000, 30'000));
+        kill(writer, SIGKILL);
+        waitpid(writer, nullptr, 0);
+        if (!std::filesystem::exists(file)) continue;
+        auto store = readSessionStore(file, systemNow);
+        ASSERT_TRUE(store.ok()) << "torn in round " << round << ": " << store.error().description;
+        const auto session = store.value()->value("session");
+        ASSERT_TRUE(session.has_value());
+        EXPECT_TRUE(session->sessionId == "S-short" || session->sessionId == "S-long");
+        ++whole;
+    }
+    EXPECT_GT(whole, 50) << "the writer hardly ever wrote";
+    // A killed write leaves nothing or, killed in the instant between naming
+    // and renaming, one file that a later write clears.
+    EXPECT_LE(namesIn(dir.path()).size(), 4u);
 }
 
 TEST(UserCacheDirectory, IsMadeOnDemandOrAbsentWhenItCannotBe) {
