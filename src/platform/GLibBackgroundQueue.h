@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -38,6 +39,7 @@ private:
 
     GMainContext* context_;
     std::shared_ptr<Continuations> continuations_;
+    std::shared_ptr<std::atomic<std::uint64_t>> finishedJobs_ = std::make_shared<std::atomic<std::uint64_t>>(0);
     GThreadPool* pool_;
 };
 
