@@ -17,9 +17,11 @@ constexpr const char* kControllerKey = "lxhf-web-view-controller";
 json::Json toJson(JSCValue* value) {
     char* text = value ? jsc_value_to_json(value, 0) : nullptr;
     if (!text) return nullptr;
-    auto parsed = json::Json::parse(text, nullptr, /*allow_exceptions=*/false);
+    // The one JSON reader, so the page's message meets the same limits as any
+    // answer; what it refuses takes the malformed-message path.
+    auto parsed = json::parse(text);
     g_free(text);
-    return parsed.is_discarded() ? json::Json(nullptr) : parsed;
+    return parsed ? std::move(*parsed) : json::Json(nullptr);
 }
 
 // Holds the controller's widgets for the length of a signal handler: a host
