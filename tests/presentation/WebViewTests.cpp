@@ -147,6 +147,14 @@ TEST_F(PurchasePage, NewWindowLinksGoToTheLauncher) {
     ASSERT_TRUE(runMainLoopUntil([&] { return !launcher->uris.empty(); }, kPageTimeout));
     EXPECT_THAT(launcher->uris, ElementsAre(service->baseUrl() + "/cloud/hotels/terms"));
     EXPECT_STREQ(webkit_web_view_get_uri(page().webView()), (service->micrositeBase() + "?lxtest=newwindow").c_str());
+
+    // Anything but a web page would go to whatever application claims its scheme.
+    evaluate(page().webView(), "['smb://files.example/share', 'lxcustom:open', 'file:///etc/hosts', "
+                               "'HTTP://example.com/upper'].forEach(u => window.open(u)); 0");
+    ASSERT_TRUE(runMainLoopUntil([&] { return launcher->uris.size() >= 2; }, kPageTimeout));
+    EXPECT_THAT(launcher->uris, ElementsAre(service->baseUrl() + "/cloud/hotels/terms", "http://example.com/upper"));
+    const LogLine refused{LogLine::Level::warn, "Refused to open a link that is not http or https"};
+    EXPECT_THAT(logs, ElementsAre(refused, refused, refused));
     EXPECT_THAT(results, IsEmpty());
     EXPECT_FALSE(closed);
 }

@@ -24,6 +24,11 @@ json::Json toJson(JSCValue* value) {
     return parsed ? std::move(*parsed) : json::Json(nullptr);
 }
 
+bool isWebAddress(const char* uri) {
+    const char* scheme = g_uri_peek_scheme(uri);  // interned, lower case
+    return scheme && (g_str_equal(scheme, "http") || g_str_equal(scheme, "https"));
+}
+
 // Holds the controller's widgets for the length of a signal handler: a host
 // callback may close the window, and the controller must outlive its own call.
 class KeepAlive {
@@ -227,6 +232,11 @@ void WebViewController::openInBrowser(WebKitNavigationAction* action) {
     WebKitURIRequest* request = action ? webkit_navigation_action_get_request(action) : nullptr;
     const char* uri = request ? webkit_uri_request_get_uri(request) : nullptr;
     if (!uri || !*uri) return;
+    // Any other scheme would start whatever application claims it.
+    if (!isWebAddress(uri)) {
+        setup_.log(LogLine{LogLine::Level::warn, std::string(kRefusedNonWebLink)});
+        return;
+    }
     GtkRoot* root = gtk_widget_get_root(overlay_);
     setup_.launcher->launch(uri, GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr);
 }

@@ -25,6 +25,8 @@ using LogSink = std::function<void(const LogLine&)>;
 // Writes through the machine's log until the shared logger takes its place.
 LXHF_UI_EXPORT LogSink systemLogSink();
 
+inline constexpr std::string_view kRefusedNonWebLink = "Refused to open a link that is not http or https";
+
 struct WebViewSetup {
     LXPurchaseCallback purchaseCallback;   // may be empty
     std::function<void()> dismiss;         // asks the presenter to take the page down; may be empty
