@@ -27,8 +27,6 @@ class ButtonWrapper : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
         if (!(hasDisplay = gtk_init_check())) return;
-        webkit_network_session_set_tls_errors_policy(webkit_network_session_get_default(),
-                                                     WEBKIT_TLS_ERRORS_POLICY_IGNORE);  // the service's own cert
         service = new FermoTestService();
         std::string error;
         if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;

@@ -61,8 +61,8 @@ protected:
 
     void SetUp() override {
         if (!hasDisplay) GTEST_SKIP() << "no display";
-        session = webkit_network_session_new_ephemeral();  // accepts the service's own certificate
-        webkit_network_session_set_tls_errors_policy(session, WEBKIT_TLS_ERRORS_POLICY_IGNORE);
+        session = webkit_network_session_new_ephemeral();  // what one test allowed stays with it
+        caFile = service->caFile();
         host = GTK_WINDOW(gtk_window_new());
         gtk_window_present(host);
     }
@@ -82,6 +82,7 @@ protected:
         setup.onClosed = [this] { closed = true; };
         setup.log = [this](const LogLine& line) { logs.push_back(line); };
         setup.launcher = launcher;
+        setup.caFile = caFile;
         setup.networkSession = session;
         setup.pageOptions = options;
         closed = false;
@@ -99,6 +100,7 @@ protected:
     static inline bool hasDisplay = false;
     static inline testing::FermoTestService* service = nullptr;
     WebKitNetworkSession* session = nullptr;
+    std::optional<std::string> caFile;  // the extra CA the page is given
     GtkWindow* host = nullptr;
     GtkWindow* window = nullptr;
     std::shared_ptr<RecordingLauncher> launcher = std::make_shared<RecordingLauncher>();
@@ -157,6 +159,24 @@ TEST_F(PurchasePage, NewWindowLinksGoToTheLauncher) {
     EXPECT_THAT(logs, ElementsAre(refused, refused, refused));
     EXPECT_THAT(results, IsEmpty());
     EXPECT_FALSE(closed);
+}
+
+TEST_F(PurchasePage, TheServiceCertificateIsTrustedThroughTheGivenAuthorityOnly) {
+    testing::FermoTestService other;  // another authority, with its own certificate
+    std::string error;
+    ASSERT_TRUE(other.startOnOwnThread(&error)) << error;
+    // Refusals first: a certificate once allowed stays allowed in the session.
+    for (const std::optional<std::string>& wrong : {std::optional(other.caFile()), std::optional<std::string>()}) {
+        caFile = wrong;
+        open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+        ASSERT_TRUE(waitUntilClosed());
+        ASSERT_EQ(results.size(), 1u);
+        EXPECT_THAT(results[0], ::testing::StartsWith("error: Unable to load the purchase page: "));
+    }
+    caFile = service->caFile();
+    open("ready");
+    EXPECT_TRUE(waitUntilReady());
+    EXPECT_THAT(results, IsEmpty());
 }
 
 TEST_F(PurchasePage, LoadFailuresAndSilentPagesAreErrorsOnlyWhenAskedFor) {

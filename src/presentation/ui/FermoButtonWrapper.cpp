@@ -107,6 +107,7 @@ void present(const State& s) {
     setup.purchaseCallback = s->purchaseCallback;
     LoggerSlot* slot = &FacadeAccess::log(sdk);
     setup.log = [slot](const LogLine& line) { write(*slot, line); };
+    setup.caFile = FacadeAccess::overrides(sdk).caFile;
     setup.onClosed = [weak = Weak(s)] {
         if (auto state = weak.lock()) state->presented = false;
     };

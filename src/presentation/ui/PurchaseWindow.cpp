@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "core/Facade.h"
+
 namespace lxhf::ui {
 
 namespace {
@@ -56,6 +58,7 @@ GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup) {
         page.dismiss = dismissLater(state);
         page.log = std::move(setup.log);
         page.launcher = std::move(setup.launcher);
+        page.caFile = std::move(setup.caFile);
         page.networkSession = setup.networkSession;
         page.pageOptions = setup.pageOptions;
         auto& controller = WebViewController::create(*setup.url, std::move(page));
@@ -79,5 +82,8 @@ GtkWindow* LXPurchaseWindow::present(GtkWindow* host, std::optional<std::string>
     setup.purchaseCallback = std::move(callback);
     setup.onClosed = std::move(onClosed);
     setup.pageOptions = options;
+    // The shared facade's extra CA, as its button wrappers use it.
+    LXHotelsFermoSDK& sdk = LXHotelsFermoSDK::shared();
+    setup.caFile = lxhf::FacadeAccess::overrides(sdk).caFile;
     return lxhf::ui::presentPurchaseWindow(std::move(setup));
 }

@@ -27,6 +27,7 @@ struct PurchaseWindowSetup {
     LXPurchasePageOptions pageOptions;
     LogSink log;                                    // empty: systemLogSink()
     std::shared_ptr<UriLauncher> launcher;          // null: the desktop's browser
+    std::optional<std::string> caFile;              // the library's extra CA, if any
     WebKitNetworkSession* networkSession = nullptr;  // tests only
 };
 

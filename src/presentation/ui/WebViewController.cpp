@@ -6,6 +6,7 @@
 
 #include "model/ErrorInfo.h"
 #include "platform/GLibSystemLog.h"
+#include "presentation/ui/ExtraAuthority.h"
 
 namespace lxhf::ui {
 
@@ -110,6 +111,21 @@ struct WebViewControllerSignals {
         return FALSE;
     }
 
+    // The page's certificate is not one the session trusts: it may still be
+    // one the library's extra CA signed.
+    static gboolean loadFailedWithTlsErrors(WebKitWebView*, char* uri, GTlsCertificate* certificate,
+                                            GTlsCertificateFlags, gpointer self) {
+        return static_cast<WebViewController*>(self)->trustExtraAuthority(uri, certificate);
+    }
+
+    // Loaded again on the next turn, outside the failed load's emission.
+    static gboolean retry(gpointer self) {
+        auto* controller = static_cast<WebViewController*>(self);
+        controller->retrySource_ = 0;
+        webkit_web_view_load_uri(controller->webView_, controller->retryUri_.c_str());
+        return G_SOURCE_REMOVE;
+    }
+
     static gboolean readyTimedOut(gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
         controller->readyTimer_ = 0;
@@ -138,7 +154,8 @@ WebViewController* WebViewController::from(GtkWidget* widget) {
     return widget ? static_cast<WebViewController*>(g_object_get_data(G_OBJECT(widget), kControllerKey)) : nullptr;
 }
 
-WebViewController::WebViewController(const std::string& url, WebViewSetup setup) : setup_(std::move(setup)) {
+WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
+    : setup_(std::move(setup)), micrositeOrigin_(originOf(url)) {
     if (!setup_.log) setup_.log = systemLogSink();
     if (!setup_.launcher) setup_.launcher = makeDesktopUriLauncher();
 
@@ -168,6 +185,8 @@ WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
     g_signal_connect(webView_, "create", G_CALLBACK(&WebViewControllerSignals::create), this);
     g_signal_connect(webView_, "load-changed", G_CALLBACK(&WebViewControllerSignals::loadChanged), this);
     g_signal_connect(webView_, "load-failed", G_CALLBACK(&WebViewControllerSignals::loadFailed), this);
+    g_signal_connect(webView_, "load-failed-with-tls-errors",
+                     G_CALLBACK(&WebViewControllerSignals::loadFailedWithTlsErrors), this);
 
     spinner_ = gtk_spinner_new();
     gtk_widget_set_halign(spinner_, GTK_ALIGN_CENTER);
@@ -241,6 +260,19 @@ void WebViewController::openInBrowser(WebKitNavigationAction* action) {
     setup_.launcher->launch(uri, GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr);
 }
 
+bool WebViewController::trustExtraAuthority(const char* uri, GTlsCertificate* certificate) {
+    if (!setup_.caFile || !uri || extraTrustUsed_ || !micrositeOrigin_) return false;
+    if (originOf(uri) != micrositeOrigin_) return false;
+    const auto host = hostOf(uri);
+    if (!host || !vouchedForBy(*setup_.caFile, certificate, uri)) return false;
+    extraTrustUsed_ = true;
+    webkit_network_session_allow_tls_certificate_for_host(webkit_web_view_get_network_session(webView_), certificate,
+                                                          host->c_str());
+    retryUri_ = uri;
+    retrySource_ = g_idle_add(&WebViewControllerSignals::retry, this);
+    return true;
+}
+
 void WebViewController::detachBridge() {
     if (!bridgeAttached_) return;
     bridgeAttached_ = false;
@@ -253,6 +285,7 @@ void WebViewController::detachBridge() {
 void WebViewController::cancelTimers() {
     if (requestTimer_) g_source_remove(std::exchange(requestTimer_, 0));
     if (readyTimer_) g_source_remove(std::exchange(readyTimer_, 0));
+    if (retrySource_) g_source_remove(std::exchange(retrySource_, 0));
 }
 
 void WebViewController::release() {

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -32,8 +33,11 @@ struct WebViewSetup {
     std::function<void()> dismiss;         // asks the presenter to take the page down; may be empty
     LogSink log;                           // empty: systemLogSink()
     std::shared_ptr<UriLauncher> launcher;  // null: the desktop's browser
-    // Tests only: a session that accepts the local service's certificate.
-    // Null: WebKit's default session, with certificate checks on.
+    // The extra CA the library was given, if any: a certificate it signed is
+    // accepted for the microsite's host, as the API calls accept it.
+    std::optional<std::string> caFile;
+    // Tests only: a session of their own, so what one page was allowed does
+    // not carry over to the next. Null: WebKit's default session.
     WebKitNetworkSession* networkSession = nullptr;
     LXPurchasePageOptions pageOptions;
 };
@@ -75,10 +79,12 @@ private:
     void stopSpinner();
     void reportPageFailure(std::string message);
     void openInBrowser(WebKitNavigationAction* action);
+    bool trustExtraAuthority(const char* uri, GTlsCertificate* certificate);
     void cancelTimers();
     void release();
 
     WebViewSetup setup_;
+    std::optional<std::string> micrositeOrigin_;  // "host:port" of the page first loaded
     GtkWidget* overlay_ = nullptr;
     GtkWidget* spinner_ = nullptr;
     WebKitWebView* webView_ = nullptr;                   // our own reference
@@ -90,6 +96,9 @@ private:
     bool requestTimedOut_ = false;
     guint requestTimer_ = 0;
     guint readyTimer_ = 0;
+    bool extraTrustUsed_ = false;  // once only: a second refusal is final
+    std::string retryUri_;
+    guint retrySource_ = 0;
 };
 
 }  // namespace lxhf::ui
