@@ -4,8 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "FermoTestService.h"
+#include "core/Facade.h"
+#include "infra/LoggerSlot.h"
 #include "presentation/ui/PurchaseWindow.h"
+#include "support/FakeHttpClient.h"
 #include "support/MainLoop.h"
+#include "support/ManualQueue.h"
+#include "support/RecordingSystemLog.h"
 
 namespace lxhf::test {
 namespace {
@@ -176,6 +181,32 @@ TEST_F(PurchasePage, TheServiceCertificateIsTrustedThroughTheGivenAuthorityOnly)
     caFile = service->caFile();
     open("ready");
     EXPECT_TRUE(waitUntilReady());
+    EXPECT_THAT(results, IsEmpty());
+}
+
+TEST_F(PurchasePage, PagesAHostPresentsLogThroughTheSharedLogger) {
+    ManualQueue queue;
+    FakeHttpClient intake{queue};
+    RecordingSystemLog systemLog;
+    processLoggerSlot().installOrRenew(makeLoggerConfig(LXEnvironmentType::staging, "en_US", "S-1"),
+                                       LoggerContext{intake, systemLog, "https://intake.test/api/v2/logs"});
+    struct Uninstall {
+        ~Uninstall() { processLoggerSlot().clear(); }
+    } uninstall;
+    EndpointOverrides overrides;
+    overrides.caFile = service->caFile();
+    FacadeAccess::setOverrides(LXHotelsFermoSDK::shared(), overrides);
+
+    window = LXPurchaseWindow::present(
+        host, service->micrositeBase() + "?lxtest=ready",
+        [this](const LXFermoPurchaseResult& r) { results.push_back(describe(r)); }, [this] { closed = true; });
+    ASSERT_TRUE(waitUntilReady());
+    evaluate(page().webView(), "window.CorvaneSDKBridge.event('Close'); 0");
+    ASSERT_TRUE(runMainLoopUntil([&] { return !intake.requests().empty(); }, kPageTimeout));
+    EXPECT_EQ(nlohmann::json::parse(intake.requests()[0].body)["message"], "Microsite event: unknown");
+    EXPECT_EQ(nlohmann::json::parse(intake.requests()[0].body)["status"], "warn");
+    EXPECT_THAT(systemLog.entries(), ElementsAre(::testing::Pair(SystemLog::Type::error,
+                                                                 "[LXHotelsFermoSDK] : Microsite event: unknown")));
     EXPECT_THAT(results, IsEmpty());
 }
 

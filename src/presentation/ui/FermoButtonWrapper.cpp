@@ -44,14 +44,6 @@ struct WrapperState {
 
 using Weak = std::weak_ptr<WrapperState>;
 
-void write(LoggerSlot& slot, const LogLine& line) {
-    switch (line.level) {
-        case LogLine::Level::info: logInfo(slot, line.message); break;
-        case LogLine::Level::warn: logWarn(slot, line.message); break;
-        case LogLine::Level::error: logError(slot, line.message); break;
-    }
-}
-
 // Runs `handler` on each "map" of `widget`.
 void onMap(GtkWidget* widget, std::function<void(GtkWidget*)> handler) {
     using Handler = std::function<void(GtkWidget*)>;
@@ -97,7 +89,7 @@ void present(const State& s) {
     if (address) {
         url = std::move(address).value();
     } else if (address.error().log) {
-        write(FacadeAccess::log(sdk), *address.error().log);
+        loggerSink(FacadeAccess::log(sdk))(*address.error().log);
     }
 
     PurchaseWindowSetup setup;
@@ -105,8 +97,7 @@ void present(const State& s) {
     setup.host = root && GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr;
     setup.url = std::move(url);
     setup.purchaseCallback = s->purchaseCallback;
-    LoggerSlot* slot = &FacadeAccess::log(sdk);
-    setup.log = [slot](const LogLine& line) { write(*slot, line); };
+    setup.log = loggerSink(FacadeAccess::log(sdk));
     setup.caFile = FacadeAccess::overrides(sdk).caFile;
     setup.onClosed = [weak = Weak(s)] {
         if (auto state = weak.lock()) state->presented = false;

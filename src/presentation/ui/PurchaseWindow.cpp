@@ -82,8 +82,9 @@ GtkWindow* LXPurchaseWindow::present(GtkWindow* host, std::optional<std::string>
     setup.purchaseCallback = std::move(callback);
     setup.onClosed = std::move(onClosed);
     setup.pageOptions = options;
-    // The shared facade's extra CA, as its button wrappers use it.
+    // The shared facade's logger and extra CA, as its button wrappers use them.
     LXHotelsFermoSDK& sdk = LXHotelsFermoSDK::shared();
+    setup.log = lxhf::ui::loggerSink(lxhf::FacadeAccess::log(sdk), lxhf::ui::systemLogSink());
     setup.caFile = lxhf::FacadeAccess::overrides(sdk).caFile;
     return lxhf::ui::presentPurchaseWindow(std::move(setup));
 }

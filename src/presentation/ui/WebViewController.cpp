@@ -30,6 +30,14 @@ bool isWebAddress(const char* uri) {
     return scheme && (g_str_equal(scheme, "http") || g_str_equal(scheme, "https"));
 }
 
+void writeTo(const LoggerSlot& slot, const LogLine& line) {
+    switch (line.level) {
+        case LogLine::Level::info: logInfo(slot, line.message); break;
+        case LogLine::Level::warn: logWarn(slot, line.message); break;
+        case LogLine::Level::error: logError(slot, line.message); break;
+    }
+}
+
 // Holds the controller's widgets for the length of a signal handler: a host
 // callback may close the window, and the controller must outlive its own call.
 class KeepAlive {
@@ -54,6 +62,15 @@ LogSink systemLogSink() {
     return [](const LogLine& line) {
         GLibSystemLog().write(line.level == LogLine::Level::info ? SystemLog::Type::info : SystemLog::Type::error,
                               line.message);
+    };
+}
+
+LogSink loggerSink(LoggerSlot& slot, LogSink fallback) {
+    return [&slot, fallback = std::move(fallback)](const LogLine& line) {
+        if (slot.get())
+            writeTo(slot, line);
+        else if (fallback)
+            fallback(line);
     };
 }
 

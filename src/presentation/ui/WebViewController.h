@@ -14,6 +14,7 @@
 
 #include "LXHotelsFermo/ui/LXPurchaseWindow.h"
 #include "LXHotelsFermo/ui/LXUIExport.h"
+#include "infra/LoggerSlot.h"
 #include "model/JsonCoder.h"
 #include "presentation/BridgeMessage.h"
 #include "presentation/LogLine.h"
@@ -25,6 +26,10 @@ using LogSink = std::function<void(const LogLine&)>;
 
 // Writes through the machine's log until the shared logger takes its place.
 LXHF_UI_EXPORT LogSink systemLogSink();
+// Writes through the logger `slot` holds at the time of each line; while it
+// holds none, through `fallback`, or nowhere when that is empty. The slot
+// must outlive the sink.
+LXHF_UI_EXPORT LogSink loggerSink(LoggerSlot& slot, LogSink fallback = {});
 
 inline constexpr std::string_view kRefusedNonWebLink = "Refused to open a link that is not http or https";
 
