@@ -44,6 +44,14 @@ struct WrapperState {
 
 using Weak = std::weak_ptr<WrapperState>;
 
+// Whether the host's widget must be rebuilt. Written out here because an
+// error state equals nothing, and a republished error is no change to show.
+bool sameOnScreen(const LXFermoOfferState& a, const LXFermoOfferState& b) {
+    if (a.kind() != b.kind()) return false;
+    if (a.kind() != LXFermoOfferState::Kind::error) return true;
+    return a.errorInfo()->message() == b.errorInfo()->message() && a.errorInfo()->code() == b.errorInfo()->code();
+}
+
 // Runs `handler` on each "map" of `widget`.
 void onMap(GtkWidget* widget, std::function<void(GtkWidget*)> handler) {
     using Handler = std::function<void(GtkWidget*)>;
@@ -148,8 +156,7 @@ void render(const State& s, const LXHotelsFermoSDK::Offers& offers) {
     }
     // A copy: the host may replace the list while it builds its widget.
     const LXFermoOffer offer = offers[*index];
-    // An error state equals nothing, so every published error rebuilds.
-    if (s->shown && *s->shown == offer.state) return;
+    if (s->shown && sameOnScreen(*s->shown, offer.state)) return;
 
     GtkWidget* built = s->button ? s->button(offer, actionFor(s)) : nullptr;
     if (!built) built = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
