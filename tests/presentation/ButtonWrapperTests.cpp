@@ -222,6 +222,17 @@ TEST_F(ButtonWrapper, AnErrorButtonAppearsOncePerMappingNotPerPublish) {
     EXPECT_EQ(gtk_widget_get_first_child(wrapper), button);
 }
 
+TEST_F(ButtonWrapper, ADestroyedWrapperTakesItsPageDownWithoutAResult) {
+    service->setPurchaseScript(lxhf::testing::PurchaseScript::neverReady);
+    setOffers({LXFermoOfferState::available()}, room);
+    GtkWidget* wrapper = show(wrap(room));
+    actions[0]();
+    ASSERT_EQ(pages().size(), 1u);
+    gtk_box_remove(GTK_BOX(column), wrapper);
+    ASSERT_TRUE(runMainLoopUntil([&] { return pages().empty(); }, kPatience));
+    EXPECT_THAT(results, IsEmpty());
+}
+
 TEST_F(ButtonWrapper, ADestroyedWrapperCallsNothingBack) {
     setOffers({LXFermoOfferState::available()}, room);
     GtkWidget* wrapper = show(wrap(room));

@@ -39,6 +39,7 @@ struct WrapperState {
     bool showsPlaceholder = false;
     std::optional<LXFermoOfferState> shown;  // the state the host's widget was built for
     bool presented = false;
+    GtkWindow* page = nullptr;  // the presented purchase window, while `presented`
     unsigned renders = 0;  // tells a nested render from the one it interrupted
 };
 
@@ -104,14 +105,22 @@ void present(const State& s) {
     GtkRoot* root = gtk_widget_get_root(s->self);
     setup.host = root && GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr;
     setup.url = std::move(url);
-    setup.purchaseCallback = s->purchaseCallback;
+    // Results go to the host only while the wrapper lives: its callback's
+    // captures may go with it.
+    setup.purchaseCallback = [weak = Weak(s)](const LXFermoPurchaseResult& result) {
+        auto state = weak.lock();
+        if (state && state->alive && state->purchaseCallback) state->purchaseCallback(result);
+    };
     setup.log = loggerSink(FacadeAccess::log(sdk));
     setup.caFile = FacadeAccess::overrides(sdk).caFile;
     setup.onClosed = [weak = Weak(s)] {
-        if (auto state = weak.lock()) state->presented = false;
+        if (auto state = weak.lock()) {
+            state->presented = false;
+            state->page = nullptr;
+        }
     };
     s->presented = true;
-    presentPurchaseWindow(std::move(setup));
+    s->page = presentPurchaseWindow(std::move(setup));
 }
 
 std::function<void()> actionFor(const State& s) {
@@ -198,6 +207,8 @@ static void lxhf_fermo_button_wrapper_dispose(GObject* object) {
         self->state = nullptr;
         state->alive = false;
         state->subscription.reset();
+        // A wrapper that leaves takes its page with it, without a result.
+        if (state->presented) lxhf::ui::dismissPurchaseWindow(std::exchange(state->page, nullptr));
         if (GtkWidget* child = std::exchange(state->child, nullptr)) gtk_widget_unparent(child);
     }
     G_OBJECT_CLASS(lxhf_fermo_button_wrapper_parent_class)->dispose(object);

@@ -8,6 +8,8 @@ namespace lxhf::ui {
 
 namespace {
 
+constexpr const char* kWindowStateKey = "lxhf-purchase-window";
+
 struct WindowState {
     GtkWindow* window = nullptr;
     bool gone = false;
@@ -51,6 +53,8 @@ GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup) {
     state->onClosed = std::move(setup.onClosed);
     g_signal_connect_data(window, "destroy", G_CALLBACK(windowDestroyed), new std::shared_ptr<WindowState>(state),
                           freeState, GConnectFlags(0));
+    g_object_set_data_full(G_OBJECT(window), kWindowStateKey, new std::shared_ptr<WindowState>(state),
+                           [](gpointer data) { delete static_cast<std::shared_ptr<WindowState>*>(data); });
 
     if (setup.url) {
         WebViewSetup page;
@@ -70,6 +74,14 @@ GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup) {
     gtk_window_fullscreen(window);
     gtk_window_present(window);
     return window;
+}
+
+void dismissPurchaseWindow(GtkWindow* window) {
+    gpointer found = window ? g_object_get_data(G_OBJECT(window), kWindowStateKey) : nullptr;
+    auto* data = static_cast<std::shared_ptr<WindowState>*>(found);
+    if (!data || (*data)->gone) return;
+    if (auto* page = WebViewController::from(gtk_window_get_child(window))) page->abandon();
+    dismissLater(*data)();
 }
 
 }  // namespace lxhf::ui

@@ -35,4 +35,9 @@ struct PurchaseWindowSetup {
 // Main context only; the window belongs to GTK's list of toplevels.
 LXHF_UI_EXPORT GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup);
 
+// Takes a window presentPurchaseWindow made down on the next turn of the
+// loop, unless it is gone by then. Nothing is reported to its callback for
+// this; onClosed still runs.
+LXHF_UI_EXPORT void dismissPurchaseWindow(GtkWindow* window);
+
 }  // namespace lxhf::ui

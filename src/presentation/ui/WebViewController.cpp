@@ -236,7 +236,7 @@ void WebViewController::receiveScriptMessage(std::string_view handlerName, const
 }
 
 void WebViewController::apply(const BridgeAction& action) {
-    if (action.result && setup_.purchaseCallback) setup_.purchaseCallback(*action.result);
+    if (action.result && setup_.purchaseCallback && !abandoned_) setup_.purchaseCallback(*action.result);
     if (action.stopSpinner) {
         ready_ = true;
         if (readyTimer_) g_source_remove(std::exchange(readyTimer_, 0));
@@ -288,6 +288,13 @@ bool WebViewController::trustExtraAuthority(const char* uri, GTlsCertificate* ce
     retryUri_ = uri;
     retrySource_ = g_idle_add(&WebViewControllerSignals::retry, this);
     return true;
+}
+
+void WebViewController::abandon() {
+    abandoned_ = true;
+    finished_ = true;
+    cancelTimers();
+    detachBridge();
 }
 
 void WebViewController::detachBridge() {

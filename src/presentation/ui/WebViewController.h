@@ -73,6 +73,11 @@ public:
     // widget is unmapped or destroyed; harmless to repeat.
     void detachBridge();
 
+    // The page goes without a result: its bridge and timers stop now, so
+    // nothing more reaches the purchase callback. Taking the widget down is
+    // the caller's business.
+    void abandon();
+
     static constexpr unsigned kRequestTimeoutSeconds = 60;
 
 private:
@@ -98,6 +103,7 @@ private:
     bool released_ = false;
     bool ready_ = false;
     bool finished_ = false;  // the page was dismissed or reported as failed
+    bool abandoned_ = false;  // no result is reported any more
     bool requestTimedOut_ = false;
     guint requestTimer_ = 0;
     guint readyTimer_ = 0;
