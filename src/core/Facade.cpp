@@ -134,6 +134,7 @@ void FacadeAccess::setOverrides(LXHotelsFermoSDK& sdk, EndpointOverrides overrid
     sdk.impl_->parts.overrides = std::move(overrides);
 }
 
+const EndpointOverrides& FacadeAccess::overrides(const LXHotelsFermoSDK& sdk) { return sdk.impl_->parts.overrides; }
 const std::string& FacadeAccess::token(const LXHotelsFermoSDK& sdk) { return sdk.impl_->token; }
 LXEnvironment FacadeAccess::environment(const LXHotelsFermoSDK& sdk) { return sdk.impl_->environment(); }
 LXCorvaneInternal* FacadeAccess::engineIfMade(LXHotelsFermoSDK& sdk) { return sdk.impl_->engine.get(); }

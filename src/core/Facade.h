@@ -38,6 +38,7 @@ struct LXHF_EXPORT FacadeAccess {
     static std::unique_ptr<LXHotelsFermoSDK> make(FacadeParts parts);
     // Before the engine exists only; later calls change nothing the engine uses.
     static void setOverrides(LXHotelsFermoSDK& sdk, EndpointOverrides overrides);
+    static const EndpointOverrides& overrides(const LXHotelsFermoSDK& sdk);
 
     static const std::string& token(const LXHotelsFermoSDK& sdk);
     // The environment in force, with any overrides applied.

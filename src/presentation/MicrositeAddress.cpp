@@ -36,7 +36,15 @@ MicrositeTexts encodeTexts(const LXOfferResponse& response, const LXRoomDetailsD
 }  // namespace
 
 std::optional<std::string> escapeForMicrosite(std::string_view text) {
-    if (!g_utf8_validate_len(text.data(), text.size(), nullptr)) return std::nullopt;
+    // GLib's check refuses NUL, which is valid text here, so each run between
+    // NULs is checked on its own.
+    for (std::string_view rest = text;;) {
+        const auto nul = rest.find('\0');
+        const auto run = rest.substr(0, nul);
+        if (!g_utf8_validate_len(run.data(), run.size(), nullptr)) return std::nullopt;
+        if (nul == std::string_view::npos) break;
+        rest.remove_prefix(nul + 1);
+    }
     static constexpr char hex[] = "0123456789ABCDEF";
     std::string out;
     out.reserve(text.size());

@@ -27,8 +27,6 @@ class ButtonWrapper : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
         if (!(hasDisplay = gtk_init_check())) return;
-        webkit_network_session_set_tls_errors_policy(webkit_network_session_get_default(),
-                                                     WEBKIT_TLS_ERRORS_POLICY_IGNORE);  // the service's own cert
         service = new FermoTestService();
         std::string error;
         if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
@@ -138,8 +136,11 @@ TEST_F(ButtonWrapper, FollowsTheFirstEntryOfTheRoomThroughReplacedLists) {
     EXPECT_THAT(builds, IsEmpty());
     const LXErrorInfo failure = makeError("Error fetching offer");
     setOffers({LXFermoOfferState::error(failure)}, room);
-    setOffers({LXFermoOfferState::error(failure)}, room);  // an error equals nothing
-    EXPECT_EQ(builds.size(), 4u);
+    setOffers({LXFermoOfferState::error(failure)}, room);  // the same error again is no change
+    EXPECT_EQ(builds.size(), 2u);
+    setOffers({LXFermoOfferState::error(makeError("Error fetching offer", 7))}, room);
+    setOffers({LXFermoOfferState::error(makeError("Another failure", 7))}, room);
+    EXPECT_EQ(builds.size(), 6u);
 
     builds.clear();
     sdk->setFermoOffers({});  // the host drops the room: back to the placeholder
@@ -190,6 +191,46 @@ TEST_F(ButtonWrapper, WithoutAResponseThePageSaysItCannotLoad) {
     ASSERT_TRUE(GTK_IS_LABEL(child));
     EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(child)), "Unable to load Fermo");
     EXPECT_EQ(service->count("fermo_offers"), 0);
+}
+
+TEST_F(ButtonWrapper, AnErrorButtonAppearsOncePerMappingNotPerPublish) {
+    service->setRoomOutcome(roomId(room), lxhf::testing::Outcome::omitted);
+    sdk->cacheOffers({room});
+    ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::error}; }, kPatience));
+    GtkWidget* wrapper = show(wrap(room));
+    const auto appearances = [&] {
+        int n = 0;
+        for (const auto& record : service->logs())
+            n += record.value("message", "") == "Error accessing available offerResponse in onAppear";
+        return n;
+    };
+    ASSERT_TRUE(runMainLoopUntil([&] { return appearances() == 1; }, kPatience));
+    GtkWidget* button = gtk_widget_get_first_child(wrapper);
+
+    // Each publish carries the same error again.
+    sdk->setFermoOffers(LXHotelsFermoSDK::Offers(sdk->fermoOffers()));
+    sdk->cacheOffers({makeRoom("A2", "hotel-a")});
+    ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::error, State::available}; },
+                                 kPatience));
+    EXPECT_EQ(gtk_widget_get_first_child(wrapper), button);
+    gtk_widget_set_visible(wrapper, FALSE);
+    gtk_widget_set_visible(wrapper, TRUE);  // mapped anew: it appears again
+    ASSERT_TRUE(runMainLoopUntil([&] { return appearances() >= 2; }, kPatience));
+    runMainLoopFor(0.3);
+    EXPECT_EQ(appearances(), 2);
+    EXPECT_EQ(builds.size(), 1u);
+    EXPECT_EQ(gtk_widget_get_first_child(wrapper), button);
+}
+
+TEST_F(ButtonWrapper, ADestroyedWrapperTakesItsPageDownWithoutAResult) {
+    service->setPurchaseScript(lxhf::testing::PurchaseScript::neverReady);
+    setOffers({LXFermoOfferState::available()}, room);
+    GtkWidget* wrapper = show(wrap(room));
+    actions[0]();
+    ASSERT_EQ(pages().size(), 1u);
+    gtk_box_remove(GTK_BOX(column), wrapper);
+    ASSERT_TRUE(runMainLoopUntil([&] { return pages().empty(); }, kPatience));
+    EXPECT_THAT(results, IsEmpty());
 }
 
 TEST_F(ButtonWrapper, ADestroyedWrapperCallsNothingBack) {

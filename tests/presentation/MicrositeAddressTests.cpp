@@ -127,6 +127,10 @@ TEST(MicrositeEscaping, EscapesExactlyTheEighteenCharacters) {
     EXPECT_EQ(escapeForMicrosite("a&b=c+d e;!$'()*~-._Citt\u00e0 \u6771\u4eac"),
               "a&b=c+d e;!$'()*~-._Citt\u00e0 \u6771\u4eac");
     EXPECT_FALSE(escapeForMicrosite("bad \xC3").has_value());
+    EXPECT_FALSE(escapeForMicrosite(std::string("a\0\xC3", 3)).has_value());
+    // NUL is text like any other: it passes through, and the URL builder encodes it.
+    EXPECT_EQ(escapeForMicrosite(std::string("a\0/b", 4)), std::string("a\0%2Fb", 6));
+    EXPECT_THAT(addressOf(inputs(), room("H", std::string("x\0y", 3))), HasSubstr("&imageUrl=x%00y&hotel="));
 }
 
 }  // namespace

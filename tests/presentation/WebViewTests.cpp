@@ -4,8 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "FermoTestService.h"
+#include "core/Facade.h"
+#include "infra/LoggerSlot.h"
 #include "presentation/ui/PurchaseWindow.h"
+#include "support/FakeHttpClient.h"
 #include "support/MainLoop.h"
+#include "support/ManualQueue.h"
+#include "support/RecordingSystemLog.h"
 
 namespace lxhf::test {
 namespace {
@@ -61,8 +66,8 @@ protected:
 
     void SetUp() override {
         if (!hasDisplay) GTEST_SKIP() << "no display";
-        session = webkit_network_session_new_ephemeral();  // accepts the service's own certificate
-        webkit_network_session_set_tls_errors_policy(session, WEBKIT_TLS_ERRORS_POLICY_IGNORE);
+        session = webkit_network_session_new_ephemeral();  // what one test allowed stays with it
+        caFile = service->caFile();
         host = GTK_WINDOW(gtk_window_new());
         gtk_window_present(host);
     }
@@ -82,6 +87,7 @@ protected:
         setup.onClosed = [this] { closed = true; };
         setup.log = [this](const LogLine& line) { logs.push_back(line); };
         setup.launcher = launcher;
+        setup.caFile = caFile;
         setup.networkSession = session;
         setup.pageOptions = options;
         closed = false;
@@ -99,6 +105,7 @@ protected:
     static inline bool hasDisplay = false;
     static inline testing::FermoTestService* service = nullptr;
     WebKitNetworkSession* session = nullptr;
+    std::optional<std::string> caFile;  // the extra CA the page is given
     GtkWindow* host = nullptr;
     GtkWindow* window = nullptr;
     std::shared_ptr<RecordingLauncher> launcher = std::make_shared<RecordingLauncher>();
@@ -147,8 +154,60 @@ TEST_F(PurchasePage, NewWindowLinksGoToTheLauncher) {
     ASSERT_TRUE(runMainLoopUntil([&] { return !launcher->uris.empty(); }, kPageTimeout));
     EXPECT_THAT(launcher->uris, ElementsAre(service->baseUrl() + "/cloud/hotels/terms"));
     EXPECT_STREQ(webkit_web_view_get_uri(page().webView()), (service->micrositeBase() + "?lxtest=newwindow").c_str());
+
+    // Anything but a web page would go to whatever application claims its scheme.
+    evaluate(page().webView(), "['smb://files.example/share', 'lxcustom:open', 'file:///etc/hosts', "
+                               "'HTTP://example.com/upper'].forEach(u => window.open(u)); 0");
+    ASSERT_TRUE(runMainLoopUntil([&] { return launcher->uris.size() >= 2; }, kPageTimeout));
+    EXPECT_THAT(launcher->uris, ElementsAre(service->baseUrl() + "/cloud/hotels/terms", "http://example.com/upper"));
+    const LogLine refused{LogLine::Level::warn, "Refused to open a link that is not http or https"};
+    EXPECT_THAT(logs, ElementsAre(refused, refused, refused));
     EXPECT_THAT(results, IsEmpty());
     EXPECT_FALSE(closed);
+}
+
+TEST_F(PurchasePage, TheServiceCertificateIsTrustedThroughTheGivenAuthorityOnly) {
+    testing::FermoTestService other;  // another authority, with its own certificate
+    std::string error;
+    ASSERT_TRUE(other.startOnOwnThread(&error)) << error;
+    // Refusals first: a certificate once allowed stays allowed in the session.
+    for (const std::optional<std::string>& wrong : {std::optional(other.caFile()), std::optional<std::string>()}) {
+        caFile = wrong;
+        open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+        ASSERT_TRUE(waitUntilClosed());
+        ASSERT_EQ(results.size(), 1u);
+        EXPECT_THAT(results[0], ::testing::StartsWith("error: Unable to load the purchase page: "));
+    }
+    caFile = service->caFile();
+    open("ready");
+    EXPECT_TRUE(waitUntilReady());
+    EXPECT_THAT(results, IsEmpty());
+}
+
+TEST_F(PurchasePage, PagesAHostPresentsLogThroughTheSharedLogger) {
+    ManualQueue queue;
+    FakeHttpClient intake{queue};
+    RecordingSystemLog systemLog;
+    processLoggerSlot().installOrRenew(makeLoggerConfig(LXEnvironmentType::staging, "en_US", "S-1"),
+                                       LoggerContext{intake, systemLog, "https://intake.test/api/v2/logs"});
+    struct Uninstall {
+        ~Uninstall() { processLoggerSlot().clear(); }
+    } uninstall;
+    EndpointOverrides overrides;
+    overrides.caFile = service->caFile();
+    FacadeAccess::setOverrides(LXHotelsFermoSDK::shared(), overrides);
+
+    window = LXPurchaseWindow::present(
+        host, service->micrositeBase() + "?lxtest=ready",
+        [this](const LXFermoPurchaseResult& r) { results.push_back(describe(r)); }, [this] { closed = true; });
+    ASSERT_TRUE(waitUntilReady());
+    evaluate(page().webView(), "window.CorvaneSDKBridge.event('Close'); 0");
+    ASSERT_TRUE(runMainLoopUntil([&] { return !intake.requests().empty(); }, kPageTimeout));
+    EXPECT_EQ(nlohmann::json::parse(intake.requests()[0].body)["message"], "Microsite event: unknown");
+    EXPECT_EQ(nlohmann::json::parse(intake.requests()[0].body)["status"], "warn");
+    EXPECT_THAT(systemLog.entries(), ElementsAre(::testing::Pair(SystemLog::Type::error,
+                                                                 "[LXHotelsFermoSDK] : Microsite event: unknown")));
+    EXPECT_THAT(results, IsEmpty());
 }
 
 TEST_F(PurchasePage, LoadFailuresAndSilentPagesAreErrorsOnlyWhenAskedFor) {

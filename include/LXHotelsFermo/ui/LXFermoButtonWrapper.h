@@ -25,8 +25,9 @@ public:
     // the room yet, an invisible placeholder asks it to fetch the offer each
     // time it is mapped. `purchaseCallback` receives what the purchase page
     // reports. Main context only; the facade must outlive the widget and the
-    // pages it opens. Once the widget is destroyed `button` is never called
-    // again; a page already open still reports to `purchaseCallback`.
+    // pages it opens. Once the widget is destroyed neither `button` nor
+    // `purchaseCallback` is called again, and a page it opened is taken down
+    // without a result.
     static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button);
     static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
                              LXHotelsFermoSDK& sdk);

@@ -39,17 +39,18 @@ struct WrapperState {
     bool showsPlaceholder = false;
     std::optional<LXFermoOfferState> shown;  // the state the host's widget was built for
     bool presented = false;
+    GtkWindow* page = nullptr;  // the presented purchase window, while `presented`
     unsigned renders = 0;  // tells a nested render from the one it interrupted
 };
 
 using Weak = std::weak_ptr<WrapperState>;
 
-void write(LoggerSlot& slot, const LogLine& line) {
-    switch (line.level) {
-        case LogLine::Level::info: logInfo(slot, line.message); break;
-        case LogLine::Level::warn: logWarn(slot, line.message); break;
-        case LogLine::Level::error: logError(slot, line.message); break;
-    }
+// Whether the host's widget must be rebuilt. Written out here because an
+// error state equals nothing, and a republished error is no change to show.
+bool sameOnScreen(const LXFermoOfferState& a, const LXFermoOfferState& b) {
+    if (a.kind() != b.kind()) return false;
+    if (a.kind() != LXFermoOfferState::Kind::error) return true;
+    return a.errorInfo()->message() == b.errorInfo()->message() && a.errorInfo()->code() == b.errorInfo()->code();
 }
 
 // Runs `handler` on each "map" of `widget`.
@@ -97,21 +98,29 @@ void present(const State& s) {
     if (address) {
         url = std::move(address).value();
     } else if (address.error().log) {
-        write(FacadeAccess::log(sdk), *address.error().log);
+        loggerSink(FacadeAccess::log(sdk))(*address.error().log);
     }
 
     PurchaseWindowSetup setup;
     GtkRoot* root = gtk_widget_get_root(s->self);
     setup.host = root && GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr;
     setup.url = std::move(url);
-    setup.purchaseCallback = s->purchaseCallback;
-    LoggerSlot* slot = &FacadeAccess::log(sdk);
-    setup.log = [slot](const LogLine& line) { write(*slot, line); };
+    // Results go to the host only while the wrapper lives: its callback's
+    // captures may go with it.
+    setup.purchaseCallback = [weak = Weak(s)](const LXFermoPurchaseResult& result) {
+        auto state = weak.lock();
+        if (state && state->alive && state->purchaseCallback) state->purchaseCallback(result);
+    };
+    setup.log = loggerSink(FacadeAccess::log(sdk));
+    setup.caFile = FacadeAccess::overrides(sdk).caFile;
     setup.onClosed = [weak = Weak(s)] {
-        if (auto state = weak.lock()) state->presented = false;
+        if (auto state = weak.lock()) {
+            state->presented = false;
+            state->page = nullptr;
+        }
     };
     s->presented = true;
-    presentPurchaseWindow(std::move(setup));
+    s->page = presentPurchaseWindow(std::move(setup));
 }
 
 std::function<void()> actionFor(const State& s) {
@@ -156,8 +165,7 @@ void render(const State& s, const LXHotelsFermoSDK::Offers& offers) {
     }
     // A copy: the host may replace the list while it builds its widget.
     const LXFermoOffer offer = offers[*index];
-    // An error state equals nothing, so every published error rebuilds.
-    if (s->shown && *s->shown == offer.state) return;
+    if (s->shown && sameOnScreen(*s->shown, offer.state)) return;
 
     GtkWidget* built = s->button ? s->button(offer, actionFor(s)) : nullptr;
     if (!built) built = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
@@ -199,6 +207,8 @@ static void lxhf_fermo_button_wrapper_dispose(GObject* object) {
         self->state = nullptr;
         state->alive = false;
         state->subscription.reset();
+        // A wrapper that leaves takes its page with it, without a result.
+        if (state->presented) lxhf::ui::dismissPurchaseWindow(std::exchange(state->page, nullptr));
         if (GtkWidget* child = std::exchange(state->child, nullptr)) gtk_widget_unparent(child);
     }
     G_OBJECT_CLASS(lxhf_fermo_button_wrapper_parent_class)->dispose(object);

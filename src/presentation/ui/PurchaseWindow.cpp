@@ -2,9 +2,13 @@
 
 #include <utility>
 
+#include "core/Facade.h"
+
 namespace lxhf::ui {
 
 namespace {
+
+constexpr const char* kWindowStateKey = "lxhf-purchase-window";
 
 struct WindowState {
     GtkWindow* window = nullptr;
@@ -49,6 +53,8 @@ GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup) {
     state->onClosed = std::move(setup.onClosed);
     g_signal_connect_data(window, "destroy", G_CALLBACK(windowDestroyed), new std::shared_ptr<WindowState>(state),
                           freeState, GConnectFlags(0));
+    g_object_set_data_full(G_OBJECT(window), kWindowStateKey, new std::shared_ptr<WindowState>(state),
+                           [](gpointer data) { delete static_cast<std::shared_ptr<WindowState>*>(data); });
 
     if (setup.url) {
         WebViewSetup page;
@@ -56,6 +62,7 @@ GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup) {
         page.dismiss = dismissLater(state);
         page.log = std::move(setup.log);
         page.launcher = std::move(setup.launcher);
+        page.caFile = std::move(setup.caFile);
         page.networkSession = setup.networkSession;
         page.pageOptions = setup.pageOptions;
         auto& controller = WebViewController::create(*setup.url, std::move(page));
@@ -69,6 +76,14 @@ GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup) {
     return window;
 }
 
+void dismissPurchaseWindow(GtkWindow* window) {
+    gpointer found = window ? g_object_get_data(G_OBJECT(window), kWindowStateKey) : nullptr;
+    auto* data = static_cast<std::shared_ptr<WindowState>*>(found);
+    if (!data || (*data)->gone) return;
+    if (auto* page = WebViewController::from(gtk_window_get_child(window))) page->abandon();
+    dismissLater(*data)();
+}
+
 }  // namespace lxhf::ui
 
 GtkWindow* LXPurchaseWindow::present(GtkWindow* host, std::optional<std::string> url, LXPurchaseCallback callback,
@@ -79,5 +94,9 @@ GtkWindow* LXPurchaseWindow::present(GtkWindow* host, std::optional<std::string>
     setup.purchaseCallback = std::move(callback);
     setup.onClosed = std::move(onClosed);
     setup.pageOptions = options;
+    // The shared facade's logger and extra CA, as its button wrappers use them.
+    LXHotelsFermoSDK& sdk = LXHotelsFermoSDK::shared();
+    setup.log = lxhf::ui::loggerSink(lxhf::FacadeAccess::log(sdk), lxhf::ui::systemLogSink());
+    setup.caFile = lxhf::FacadeAccess::overrides(sdk).caFile;
     return lxhf::ui::presentPurchaseWindow(std::move(setup));
 }

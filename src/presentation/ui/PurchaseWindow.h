@@ -27,11 +27,17 @@ struct PurchaseWindowSetup {
     LXPurchasePageOptions pageOptions;
     LogSink log;                                    // empty: systemLogSink()
     std::shared_ptr<UriLauncher> launcher;          // null: the desktop's browser
+    std::optional<std::string> caFile;              // the library's extra CA, if any
     WebKitNetworkSession* networkSession = nullptr;  // tests only
 };
 
 // A fullscreen window, modal and transient for the host, destroyed with it.
 // Main context only; the window belongs to GTK's list of toplevels.
 LXHF_UI_EXPORT GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup);
+
+// Takes a window presentPurchaseWindow made down on the next turn of the
+// loop, unless it is gone by then. Nothing is reported to its callback for
+// this; onClosed still runs.
+LXHF_UI_EXPORT void dismissPurchaseWindow(GtkWindow* window);
 
 }  // namespace lxhf::ui

@@ -6,6 +6,7 @@
 
 #include "model/ErrorInfo.h"
 #include "platform/GLibSystemLog.h"
+#include "presentation/ui/ExtraAuthority.h"
 
 namespace lxhf::ui {
 
@@ -17,9 +18,24 @@ constexpr const char* kControllerKey = "lxhf-web-view-controller";
 json::Json toJson(JSCValue* value) {
     char* text = value ? jsc_value_to_json(value, 0) : nullptr;
     if (!text) return nullptr;
-    auto parsed = json::Json::parse(text, nullptr, /*allow_exceptions=*/false);
+    // The one JSON reader, so the page's message meets the same limits as any
+    // answer; what it refuses takes the malformed-message path.
+    auto parsed = json::parse(text);
     g_free(text);
-    return parsed.is_discarded() ? json::Json(nullptr) : parsed;
+    return parsed ? std::move(*parsed) : json::Json(nullptr);
+}
+
+bool isWebAddress(const char* uri) {
+    const char* scheme = g_uri_peek_scheme(uri);  // interned, lower case
+    return scheme && (g_str_equal(scheme, "http") || g_str_equal(scheme, "https"));
+}
+
+void writeTo(const LoggerSlot& slot, const LogLine& line) {
+    switch (line.level) {
+        case LogLine::Level::info: logInfo(slot, line.message); break;
+        case LogLine::Level::warn: logWarn(slot, line.message); break;
+        case LogLine::Level::error: logError(slot, line.message); break;
+    }
 }
 
 // Holds the controller's widgets for the length of a signal handler: a host
@@ -46,6 +62,15 @@ LogSink systemLogSink() {
     return [](const LogLine& line) {
         GLibSystemLog().write(line.level == LogLine::Level::info ? SystemLog::Type::info : SystemLog::Type::error,
                               line.message);
+    };
+}
+
+LogSink loggerSink(LoggerSlot& slot, LogSink fallback) {
+    return [&slot, fallback = std::move(fallback)](const LogLine& line) {
+        if (slot.get())
+            writeTo(slot, line);
+        else if (fallback)
+            fallback(line);
     };
 }
 
@@ -103,6 +128,21 @@ struct WebViewControllerSignals {
         return FALSE;
     }
 
+    // The page's certificate is not one the session trusts: it may still be
+    // one the library's extra CA signed.
+    static gboolean loadFailedWithTlsErrors(WebKitWebView*, char* uri, GTlsCertificate* certificate,
+                                            GTlsCertificateFlags, gpointer self) {
+        return static_cast<WebViewController*>(self)->trustExtraAuthority(uri, certificate);
+    }
+
+    // Loaded again on the next turn, outside the failed load's emission.
+    static gboolean retry(gpointer self) {
+        auto* controller = static_cast<WebViewController*>(self);
+        controller->retrySource_ = 0;
+        webkit_web_view_load_uri(controller->webView_, controller->retryUri_.c_str());
+        return G_SOURCE_REMOVE;
+    }
+
     static gboolean readyTimedOut(gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
         controller->readyTimer_ = 0;
@@ -131,7 +171,8 @@ WebViewController* WebViewController::from(GtkWidget* widget) {
     return widget ? static_cast<WebViewController*>(g_object_get_data(G_OBJECT(widget), kControllerKey)) : nullptr;
 }
 
-WebViewController::WebViewController(const std::string& url, WebViewSetup setup) : setup_(std::move(setup)) {
+WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
+    : setup_(std::move(setup)), micrositeOrigin_(originOf(url)) {
     if (!setup_.log) setup_.log = systemLogSink();
     if (!setup_.launcher) setup_.launcher = makeDesktopUriLauncher();
 
@@ -161,6 +202,8 @@ WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
     g_signal_connect(webView_, "create", G_CALLBACK(&WebViewControllerSignals::create), this);
     g_signal_connect(webView_, "load-changed", G_CALLBACK(&WebViewControllerSignals::loadChanged), this);
     g_signal_connect(webView_, "load-failed", G_CALLBACK(&WebViewControllerSignals::loadFailed), this);
+    g_signal_connect(webView_, "load-failed-with-tls-errors",
+                     G_CALLBACK(&WebViewControllerSignals::loadFailedWithTlsErrors), this);
 
     spinner_ = gtk_spinner_new();
     gtk_widget_set_halign(spinner_, GTK_ALIGN_CENTER);
@@ -193,7 +236,7 @@ void WebViewController::receiveScriptMessage(std::string_view handlerName, const
 }
 
 void WebViewController::apply(const BridgeAction& action) {
-    if (action.result && setup_.purchaseCallback) setup_.purchaseCallback(*action.result);
+    if (action.result && setup_.purchaseCallback && !abandoned_) setup_.purchaseCallback(*action.result);
     if (action.stopSpinner) {
         ready_ = true;
         if (readyTimer_) g_source_remove(std::exchange(readyTimer_, 0));
@@ -225,8 +268,33 @@ void WebViewController::openInBrowser(WebKitNavigationAction* action) {
     WebKitURIRequest* request = action ? webkit_navigation_action_get_request(action) : nullptr;
     const char* uri = request ? webkit_uri_request_get_uri(request) : nullptr;
     if (!uri || !*uri) return;
+    // Any other scheme would start whatever application claims it.
+    if (!isWebAddress(uri)) {
+        setup_.log(LogLine{LogLine::Level::warn, std::string(kRefusedNonWebLink)});
+        return;
+    }
     GtkRoot* root = gtk_widget_get_root(overlay_);
     setup_.launcher->launch(uri, GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr);
+}
+
+bool WebViewController::trustExtraAuthority(const char* uri, GTlsCertificate* certificate) {
+    if (!setup_.caFile || !uri || extraTrustUsed_ || !micrositeOrigin_) return false;
+    if (originOf(uri) != micrositeOrigin_) return false;
+    const auto host = hostOf(uri);
+    if (!host || !vouchedForBy(*setup_.caFile, certificate, uri)) return false;
+    extraTrustUsed_ = true;
+    webkit_network_session_allow_tls_certificate_for_host(webkit_web_view_get_network_session(webView_), certificate,
+                                                          host->c_str());
+    retryUri_ = uri;
+    retrySource_ = g_idle_add(&WebViewControllerSignals::retry, this);
+    return true;
+}
+
+void WebViewController::abandon() {
+    abandoned_ = true;
+    finished_ = true;
+    cancelTimers();
+    detachBridge();
 }
 
 void WebViewController::detachBridge() {
@@ -241,6 +309,7 @@ void WebViewController::detachBridge() {
 void WebViewController::cancelTimers() {
     if (requestTimer_) g_source_remove(std::exchange(requestTimer_, 0));
     if (readyTimer_) g_source_remove(std::exchange(readyTimer_, 0));
+    if (retrySource_) g_source_remove(std::exchange(retrySource_, 0));
 }
 
 void WebViewController::release() {

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,7 @@
 
 #include "LXHotelsFermo/ui/LXPurchaseWindow.h"
 #include "LXHotelsFermo/ui/LXUIExport.h"
+#include "infra/LoggerSlot.h"
 #include "model/JsonCoder.h"
 #include "presentation/BridgeMessage.h"
 #include "presentation/LogLine.h"
@@ -24,14 +26,23 @@ using LogSink = std::function<void(const LogLine&)>;
 
 // Writes through the machine's log until the shared logger takes its place.
 LXHF_UI_EXPORT LogSink systemLogSink();
+// Writes through the logger `slot` holds at the time of each line; while it
+// holds none, through `fallback`, or nowhere when that is empty. The slot
+// must outlive the sink.
+LXHF_UI_EXPORT LogSink loggerSink(LoggerSlot& slot, LogSink fallback = {});
+
+inline constexpr std::string_view kRefusedNonWebLink = "Refused to open a link that is not http or https";
 
 struct WebViewSetup {
     LXPurchaseCallback purchaseCallback;   // may be empty
     std::function<void()> dismiss;         // asks the presenter to take the page down; may be empty
     LogSink log;                           // empty: systemLogSink()
     std::shared_ptr<UriLauncher> launcher;  // null: the desktop's browser
-    // Tests only: a session that accepts the local service's certificate.
-    // Null: WebKit's default session, with certificate checks on.
+    // The extra CA the library was given, if any: a certificate it signed is
+    // accepted for the microsite's host, as the API calls accept it.
+    std::optional<std::string> caFile;
+    // Tests only: a session of their own, so what one page was allowed does
+    // not carry over to the next. Null: WebKit's default session.
     WebKitNetworkSession* networkSession = nullptr;
     LXPurchasePageOptions pageOptions;
 };
@@ -62,6 +73,11 @@ public:
     // widget is unmapped or destroyed; harmless to repeat.
     void detachBridge();
 
+    // The page goes without a result: its bridge and timers stop now, so
+    // nothing more reaches the purchase callback. Taking the widget down is
+    // the caller's business.
+    void abandon();
+
     static constexpr unsigned kRequestTimeoutSeconds = 60;
 
 private:
@@ -73,10 +89,12 @@ private:
     void stopSpinner();
     void reportPageFailure(std::string message);
     void openInBrowser(WebKitNavigationAction* action);
+    bool trustExtraAuthority(const char* uri, GTlsCertificate* certificate);
     void cancelTimers();
     void release();
 
     WebViewSetup setup_;
+    std::optional<std::string> micrositeOrigin_;  // "host:port" of the page first loaded
     GtkWidget* overlay_ = nullptr;
     GtkWidget* spinner_ = nullptr;
     WebKitWebView* webView_ = nullptr;                   // our own reference
@@ -85,9 +103,13 @@ private:
     bool released_ = false;
     bool ready_ = false;
     bool finished_ = false;  // the page was dismissed or reported as failed
+    bool abandoned_ = false;  // no result is reported any more
     bool requestTimedOut_ = false;
     guint requestTimer_ = 0;
     guint readyTimer_ = 0;
+    bool extraTrustUsed_ = false;  // once only: a second refusal is final
+    std::string retryUri_;
+    guint retrySource_ = 0;
 };
 
 }  // namespace lxhf::ui
