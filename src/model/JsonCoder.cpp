@@ -6,7 +6,34 @@ std::string serialize(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+namespace {
+// One pass, strings skipped: refuses nesting beyond the limit, and a NUL
+// between values, where the parser would take it for the end of the text and
+// ignore the rest. Unbalanced closers mean the text is not JSON anyway.
+bool passesPrescan(std::string_view text) {
+    int depth = 0;
+    bool inString = false, escaped = false;
+    for (const char c : text) {
+        if (inString) {
+            if (escaped) escaped = false;
+            else if (c == '\\') escaped = true;
+            else if (c == '"') inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '{' || c == '[') {
+            if (++depth > kMaximumNesting) return false;
+        } else if (c == '}' || c == ']') {
+            if (--depth < 0) return false;
+        } else if (c == '\0') {
+            return false;
+        }
+    }
+    return true;
+}
+}  // namespace
+
 std::optional<Json> parse(std::string_view text) {
+    if (!passesPrescan(text)) return std::nullopt;
     Json parsed = Json::parse(text.begin(), text.end(), nullptr, /*allow_exceptions=*/false);
     if (parsed.is_discarded()) return std::nullopt;
     return parsed;

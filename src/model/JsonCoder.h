@@ -34,7 +34,14 @@ inline KeyDecoding decodingFor(LXJSONKeyStyle style) {
 // Compact text, UTF-8 as it stands, "/" unescaped. Invalid UTF-8 is replaced
 // rather than thrown on, so encoding never fails.
 LXHF_EXPORT std::string serialize(const Json& json);
-// Absent when the text is not JSON.
+
+// Far deeper than any record. Building and copying a tree recurse once per
+// level, so deeper text is refused before anything is built from it.
+inline constexpr int kMaximumNesting = 512;
+
+// Absent when the text is not JSON (invalid UTF-8 and a NUL between values
+// included) or nests deeper than kMaximumNesting. Every reader of outside
+// text comes through here.
 LXHF_EXPORT std::optional<Json> parse(std::string_view text);
 
 class EncodeContext {

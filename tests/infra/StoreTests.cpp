@@ -10,6 +10,7 @@
 #include "infra/SessionStore.h"
 #include "support/FakeClock.h"
 #include "support/FakeHttpClient.h"
+#include "support/HostileJson.h"
 #include "support/ManualQueue.h"
 #include "support/RecordingSystemLog.h"
 #include "support/TempDir.h"
@@ -152,6 +153,14 @@ TEST_F(SessionStoreTest, BadOrMissingFilesAreErrorValues) {
         ASSERT_FALSE(loaded.ok()) << text.substr(0, 40);
         EXPECT_FALSE(loaded.error().description.empty());
     }
+    // A session file holding a value nested 200,000 deep reads as undecodable.
+    std::ofstream(file(), std::ios::binary | std::ios::trunc)
+        << R"([{"key":"session","value":{"createdOn":1,"x":)" << test::nestedValue(200'000)
+        << R"(},"expirationDate":1}])";
+    auto deep = load();
+    ASSERT_FALSE(deep.ok());
+    EXPECT_EQ(deep.error().description, "dataCorrupted: The given data was not valid JSON.");
+
     std::filesystem::remove(file());
     auto missing = load();
     ASSERT_FALSE(missing.ok());

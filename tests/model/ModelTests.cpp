@@ -20,6 +20,7 @@
 #include "model/PublicStateCoding.h"
 #include "model/RoomDetailsRecords.h"
 #include "model/SessionRecords.h"
+#include "support/HostileJson.h"
 
 namespace lxhf::test {
 namespace {
@@ -247,8 +248,22 @@ TEST(RoomDetailsJson, DecodingFailuresNameTheKindAndPath) {
     snake["hotel"]["star_rating"] = 4.5;
     expectFailure(LXRoomDetails::fromJSON(snake.dump(), LXJSONKeyStyle::snakeCase), Kind::typeMismatch,
                   {"hotel", "starRating"});
-    for (const char* text : {"", "{", R"({"booking":})", "not json"})
+}
+
+TEST(JsonText, HostileTextIsNotValidJsonAndNothingIsBuiltFromIt) {
+    const std::string notJson[] = {"", "{", R"({"booking":})", "not json", deepObject(), deepObject(512),
+                                   std::string(100'000, '['), "{\"a\":\"\xff\"}", std::string("{\"a\":\"\0\"}", 9),
+                                   std::string("{}\0", 3), R"({"a":"\ud800"})", "[1e999]"};
+    for (const auto& text : notJson) {
+        SCOPED_TRACE(text.substr(0, 20));
+        EXPECT_FALSE(json::parse(text));
         expectFailure(LXRoomDetails::fromJSON(text), Kind::dataCorrupted, {}, "The given data was not valid JSON.");
+        expectFailure(json::Decoder().decode<LXSession>(text), Kind::dataCorrupted, {});
+    }
+    EXPECT_TRUE(json::parse(deepObject(511)));  // 512 levels are still read
+    // Strings holding brackets and escaped quotes do not count as nesting.
+    EXPECT_TRUE(json::parse(R"([")" + std::string(600, '{') + R"(\"[{", "\\", "\u0000"])"));
+    EXPECT_EQ(json::parse(R"({"a":"\u0000"})")->at("a"), std::string(1, '\0'));
 }
 
 constexpr const char* kErrorForm = R"({"error":{"error":{"message":"M","code":7}}})";
