@@ -1,9 +1,11 @@
 // Every wire record through the decoder, under both key strategies. Whatever
 // decodes must encode, decode again and encode to the very same text.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "FuzzCheck.h"
@@ -31,6 +33,20 @@ void roundTrip(const Json& json, KeyDecoding decoding, KeyEncoding encoding) {
     LXHF_FUZZ_CHECK(encoder.encode(again.value()) == first);
 }
 
+// Counted without recursion: the point is to check trees of any depth.
+int depthOf(const Json& json) {
+    int deepest = 0;
+    std::vector<std::pair<const Json*, int>> pending{{&json, 1}};
+    while (!pending.empty()) {
+        const auto [value, depth] = pending.back();
+        pending.pop_back();
+        if (!value->is_structured()) continue;
+        deepest = std::max(deepest, depth);
+        for (const auto& child : *value) pending.emplace_back(&child, depth + 1);
+    }
+    return deepest;
+}
+
 template <class... T>
 void roundTripAll(const Json& json, KeyDecoding decoding, KeyEncoding encoding) {
     (roundTrip<T>(json, decoding, encoding), ...);
@@ -54,6 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         LXHF_FUZZ_CHECK(!Decoder().decode<LXSession>(text).ok());
         return 0;
     }
+    // Deeper trees once overflowed the stack while they were built.
+    LXHF_FUZZ_CHECK(depthOf(*json) <= kMaximumNesting);
     roundTripAll<std::vector<LXOfferResponse>, LXOfferRequest, LXOfferResponse, LXSession, std::vector<LXEvent>,
                  LXSessionResponse, LXFermoOffer, LXFermoOfferState, LXFermoPurchaseResult>(
         *json, KeyDecoding::useDefaultKeys, KeyEncoding::useDefaultKeys);
