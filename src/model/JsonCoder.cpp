@@ -61,6 +61,10 @@ std::string_view foundDescription(const Json& value) {
 
 bool DecodeContext::typeMismatch(std::string_view expected, const Json& found) {
     if (found.is_null()) return valueNotFound(expected);
+    return containerMismatch(expected, found);
+}
+
+bool DecodeContext::containerMismatch(std::string_view expected, const Json& found) {
     return fail(LXDecodingError::Kind::typeMismatch,
                 "Expected to decode " + std::string(expected) + " but found " +
                     std::string(foundDescription(found)) + " instead.");

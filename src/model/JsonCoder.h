@@ -66,7 +66,10 @@ public:
 
     // Records the failure at the current path; always returns false.
     bool fail(LXDecodingError::Kind kind, std::string description);
+    // A null found where a value was expected is a missing value.
     bool typeMismatch(std::string_view expected, const Json& found);
+    // Opening a container: a null is the wrong type like any other value.
+    bool containerMismatch(std::string_view expected, const Json& found);
     bool valueNotFound(std::string_view expected);
 
     void push(std::string component) { path_.push_back(std::move(component)); }

@@ -323,7 +323,15 @@ TEST(PublicStateJson, DecodingCountsOnlyCaseKeys) {
     expectFailure(LXFermoOfferState::fromJSON(R"({"error":{}})"), Kind::keyNotFound, {"error"}, missingKey("error"));
     expectFailure(LXFermoOfferState::fromJSON(R"({"error":{"error":{"code":1}}})"), Kind::keyNotFound,
                   {"error", "error"});
-    expectFailure(LXFermoOfferState::fromJSON(R"({"loading":1})"), Kind::typeMismatch, {"loading"});
+    // A case's value must be an object; null is the wrong type, not a missing value.
+    for (const char* text : {R"({"loading":1})", R"({"loading":null})", R"({"error":null})", R"({"error":[]})"}) {
+        SCOPED_TRACE(text);
+        const std::string key = Json::parse(text).begin().key();
+        expectFailure(LXFermoOfferState::fromJSON(text), Kind::typeMismatch, {key});
+    }
+    expectFailure(LXFermoPurchaseResult::fromJSON(R"({"purchased":null})"), Kind::typeMismatch, {"purchased"},
+                  "Expected to decode Dictionary but found null instead.");
+    expectFailure(LXFermoPurchaseResult::fromJSON(R"({"error":null})"), Kind::typeMismatch, {"error"});
 }
 
 TEST(FermoOfferJson, RoomDetailsKeyFollowsTheKeyStyle) {
