@@ -106,13 +106,14 @@ void SessionManager::finishCreation(LXResult<std::string, LXErrorInfo> created, 
 // Two fsyncs cost milliseconds, which the first offers must not wait for.
 void SessionManager::saveStoreInBackground() {
     auto form = store().fileForm(kStoreName, cache_, log_);
-    if (!form) return;
+    if (!form) return logWarn(log_, "Error saving sessionStore to disk");
+    if (!form.value()) return;
     std::weak_ptr<SessionManager> weak = weak_from_this();
     // The warning belongs to the moment of saving: with no logger then, the
     // one made right after must not carry it.
     const bool loggerPresent = log_.get() != nullptr;
     computeInBackground(
-        background_, [form = std::move(*form)] { return writeWholeFileAtomically(form.file, form.text); },
+        background_, [form = std::move(*form.value())] { return writeWholeFileAtomically(form.file, form.text); },
         [weak, loggerPresent](std::optional<FileError> failed) {
             auto self = weak.lock();
             if (self && failed && loggerPresent) logWarn(self->log_, "Error saving sessionStore to disk");

@@ -39,6 +39,28 @@ std::optional<Json> parse(std::string_view text) {
     return parsed;
 }
 
+void EncodeContext::fail(std::string description) {
+    if (error_) return;
+    std::vector<std::string> path;
+    path.reserve(path_.size());
+    for (const auto& component : path_) {
+        if (const auto* key = std::get_if<std::string_view>(&component)) path.emplace_back(*key);
+        else path.push_back("Index " + std::to_string(std::get<std::size_t>(component)));
+    }
+    error_ = EncodingError{std::move(path), std::move(description)};
+}
+
+std::string EncodingError::description() const {
+    std::string path;
+    for (const auto& component : codingPath) {
+        if (!path.empty()) path += '.';
+        path += component;
+    }
+    std::string out = "invalidValue";
+    if (!path.empty()) out += " at " + path;
+    return out + ": " + debugDescription;
+}
+
 bool DecodeContext::fail(LXDecodingError::Kind kind, std::string description) {
     if (!error_) error_ = LXDecodingError{kind, path_, std::move(description)};
     return false;
@@ -144,8 +166,13 @@ std::optional<std::int64_t> Codec<std::int64_t>::decode(const Json& j, DecodeCon
     return std::nullopt;
 }
 
-Json Codec<double>::encode(double v, const EncodeContext&) {
-    if (!std::isfinite(v)) return nullptr;
+Json Codec<double>::encode(double v, EncodeContext& c) {
+    if (!std::isfinite(v)) {
+        // JSON has no form for these; a null in their place would not read back.
+        const char* named = std::isnan(v) ? "Double.nan" : v > 0 ? "Double.infinity" : "-Double.infinity";
+        c.fail("Unable to encode " + std::string(named) + " directly in JSON.");
+        return nullptr;
+    }
     if (std::trunc(v) == v && std::fabs(v) < 9007199254740992.0) return std::int64_t(v);
     return v;
 }

@@ -1,8 +1,10 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
 #include <fstream>
+#include <limits>
 #include <sstream>
 #include <string>
 
@@ -165,6 +167,26 @@ TEST_F(SessionStoreTest, BadOrMissingFilesAreErrorValues) {
     auto missing = load();
     ASSERT_FALSE(missing.ok());
     EXPECT_FALSE(missing.error().description.empty());
+}
+
+TEST_F(SessionStoreTest, NonFiniteDatesFailTheSaveAndWriteNothing) {
+    auto store = newStore();
+    store->insert(makeSession("S-1"), "session");
+    save(*store);
+    const std::string before = fileText();
+    const std::pair<double, std::string> cases[] = {{std::numeric_limits<double>::quiet_NaN(), "Double.nan"},
+                                                     {-std::numeric_limits<double>::infinity(), "-Double.infinity"}};
+    for (const auto& [bad, named] : cases) {
+        LXSession session = makeSession("S-2");
+        session.createdOn = Date{bad};
+        store->insert(session, "session");
+        auto failed = store->saveToDisk("sessionStore", cache, slot);
+        ASSERT_TRUE(failed) << named;
+        EXPECT_EQ(failed->description,
+                  "invalidValue at Index 0.value.createdOn: Unable to encode " + named + " directly in JSON.");
+        EXPECT_FALSE(store->fileForm("sessionStore", cache, slot).ok());  // the engine's background save
+        EXPECT_EQ(fileText(), before);
+    }
 }
 
 TEST_F(SessionStoreTest, MissingCacheDirectoryWarnsOnceAndIsNotAnError) {
