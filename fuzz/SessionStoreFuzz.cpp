@@ -21,9 +21,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!store) return 0;
     auto& loaded = *store.value();
     (void)loaded.value(std::string(lxhf::kSessionStoreKey));
-    const std::string saved = loaded.encode();
-    auto reloaded = lxhf::SessionStore::decode(saved, fixedNow);
+    const auto saved = loaded.encode();
+    LXHF_FUZZ_CHECK(saved.ok());
+    auto reloaded = lxhf::SessionStore::decode(saved.value(), fixedNow);
     LXHF_FUZZ_CHECK(reloaded.ok());
-    LXHF_FUZZ_CHECK(reloaded.value()->encode() == saved);
+    const auto again = reloaded.value()->encode();
+    LXHF_FUZZ_CHECK(again.ok() && again.value() == saved.value());
     return 0;
 }

@@ -158,13 +158,14 @@ void SessionManager::finishCreation(const std::optional<std::string>& askedFor,
 // keeps saves in the order they were asked for.
 void SessionManager::saveStoreInBackground(std::string_view failureMessage) {
     auto form = store_->fileForm(kStoreName, cache_, log_);
-    if (!form) return;
+    if (!form) return logWarn(log_, failureMessage);
+    if (!form.value()) return;
     std::weak_ptr<SessionManager> weak = weak_from_this();
     // The warning belongs to the moment of saving: with no logger then, the
     // one made right after must not carry it.
     const bool loggerPresent = log_.get() != nullptr;
     computeInBackground(
-        background_, [form = std::move(*form)] { return writeWholeFileAtomically(form.file, form.text); },
+        background_, [form = std::move(*form.value())] { return writeWholeFileAtomically(form.file, form.text); },
         [weak, loggerPresent, message = std::string(failureMessage)](std::optional<FileError> failed) {
             auto self = weak.lock();
             if (self && failed && loggerPresent) logWarn(self->log_, message);

@@ -11,6 +11,7 @@ namespace {
 constexpr std::string_view kLinePrefix = "[LXHotelsFermoSDK]";
 constexpr std::string_view kProduction = "production";
 constexpr std::string_view kMissingSessionId = "Session id missing while sending logs";
+constexpr std::string_view kErrorEncodingJson = "Error encoding JSON: ";
 constexpr std::string_view kClientToken = "pub3c9e41b07d5a2f68e1b4c7a90d2f5e83";
 constexpr std::string_view kService = "lx-hotels-fm-sdk";
 constexpr std::string_view kSource = "iOS";
@@ -121,13 +122,14 @@ void LXLogger::send(std::string_view message, std::string_view status) {
                  std::string(status),
                  DataPayload{JSONPayload{config.environment, std::string(kPartner), config.sessionId, config.locale}}};
 
+    auto body = json::Encoder().tryEncode(record);
+    if (!body) return logLocal(std::string(kErrorEncodingJson) + body.error().description());
+
     HttpRequest request;
     request.method = "POST";
     request.url = intakeAddress();
     request.headers = {{"Content-Type", "application/json"}};
-    // Our encoder replaces bad UTF-8 rather than failing, so there is no
-    // encoding error to report here.
-    request.body = json::Encoder().encode(record);
+    request.body = std::move(body).value();
     request.timeout = Seconds{kIntakeTimeoutSeconds};
 
     std::weak_ptr<Core> weak = core_;

@@ -112,8 +112,9 @@ public:
     double entryLifetime() const { return entryLifetime_; }
 
     // A JSON array of the live entries (expired ones are purged on the way),
-    // keys as written, dates as seconds since 2001.
-    std::string encode();
+    // keys as written, dates as seconds since 2001. A date JSON cannot hold
+    // (not finite) fails it.
+    LXResult<std::string, StoreError> encode();
 
     // A store with count limit 1 and the standard lifetime whatever was saved,
     // holding the entries as they are: nothing is checked for expiry here.
@@ -122,16 +123,19 @@ public:
 
     // Writes `name` + ".cache" in the cache directory, atomically. Without a
     // cache directory it logs "Unexpected cache error" and reports success.
+    // A store that cannot be encoded writes nothing.
     std::optional<StoreError> saveToDisk(std::string_view name, const CacheDirectory& directory,
                                          const LoggerSlot& logger);
 
     // What saveToDisk would write, for a caller that writes it elsewhere.
-    // Absent without a cache directory, after the same log line.
+    // Absent without a cache directory, after the same log line; an error
+    // when the store cannot be encoded.
     struct FileForm {
         std::filesystem::path file;
         std::string text;
     };
-    std::optional<FileForm> fileForm(std::string_view name, const CacheDirectory& directory, const LoggerSlot& logger);
+    LXResult<std::optional<FileForm>, StoreError> fileForm(std::string_view name, const CacheDirectory& directory,
+                                                           const LoggerSlot& logger);
 
 private:
     DateProvider dateProvider_;

@@ -14,14 +14,16 @@ namespace lxhf {
 inline constexpr std::string_view kUnexpectedCacheError = "Unexpected cache error";
 
 template <class Key, class Value>
-std::string LXStore<Key, Value>::encode() {
+LXResult<std::string, StoreError> LXStore<Key, Value>::encode() {
     std::vector<Entry> live;
     // Oldest first, so the file reads in the order entries were written.
     for (const Key& key : wrapped_.keys()) {
         if (keys_.count(key) == 0) continue;
         if (auto found = entry(key)) live.push_back(std::move(*found));
     }
-    return json::Encoder().encode(live);
+    auto text = json::Encoder().tryEncode(live);
+    if (!text) return StoreError{text.error().description()};
+    return std::move(text).value();
 }
 
 template <class Key, class Value>
@@ -35,23 +37,26 @@ LXResult<std::unique_ptr<LXStore<Key, Value>>, StoreError> LXStore<Key, Value>::
 }
 
 template <class Key, class Value>
-std::optional<typename LXStore<Key, Value>::FileForm> LXStore<Key, Value>::fileForm(std::string_view name,
-                                                                                    const CacheDirectory& directory,
-                                                                                    const LoggerSlot& logger) {
+LXResult<std::optional<typename LXStore<Key, Value>::FileForm>, StoreError> LXStore<Key, Value>::fileForm(
+    std::string_view name, const CacheDirectory& directory, const LoggerSlot& logger) {
     auto root = directory.path();
     if (!root) {
         logWarn(logger, kUnexpectedCacheError);
-        return std::nullopt;
+        return std::optional<FileForm>();
     }
-    return FileForm{*root / (std::string(name) + ".cache"), encode()};
+    auto text = encode();
+    if (!text) return text.error();
+    return std::optional(FileForm{*root / (std::string(name) + ".cache"), std::move(text).value()});
 }
 
 template <class Key, class Value>
 std::optional<StoreError> LXStore<Key, Value>::saveToDisk(std::string_view name, const CacheDirectory& directory,
                                                           const LoggerSlot& logger) {
     auto form = fileForm(name, directory, logger);
-    if (!form) return std::nullopt;
-    if (auto failed = writeWholeFileAtomically(form->file, form->text)) return StoreError{failed->description};
+    if (!form) return form.error();
+    if (!form.value()) return std::nullopt;
+    if (auto failed = writeWholeFileAtomically(form.value()->file, form.value()->text))
+        return StoreError{failed->description};
     return std::nullopt;
 }
 

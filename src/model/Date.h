@@ -26,7 +26,7 @@ namespace json {
 template <>
 struct Codec<Date> {
     static constexpr std::string_view name = "Date";
-    static Json encode(const Date& d, const EncodeContext& c) { return Codec<double>::encode(d.sinceReferenceDate, c); }
+    static Json encode(const Date& d, EncodeContext& c) { return Codec<double>::encode(d.sinceReferenceDate, c); }
     static std::optional<Date> decode(const Json& j, DecodeContext& c) {
         auto seconds = Codec<double>::decode(j, c);
         if (!seconds) return std::nullopt;

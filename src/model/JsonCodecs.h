@@ -66,7 +66,7 @@ constexpr std::optional<E> fromRawValue(std::string_view raw) {
 template <>
 struct Codec<std::string> {
     static constexpr std::string_view name = "String";
-    static Json encode(const std::string& v, const EncodeContext&) { return v; }
+    static Json encode(const std::string& v, EncodeContext&) { return v; }
     static std::optional<std::string> decode(const Json& j, DecodeContext& c) {
         if (!j.is_string()) return c.typeMismatch(name, j), std::nullopt;
         return j.get_ref<const std::string&>();
@@ -76,7 +76,7 @@ struct Codec<std::string> {
 template <>
 struct Codec<bool> {
     static constexpr std::string_view name = "Bool";
-    static Json encode(bool v, const EncodeContext&) { return v; }
+    static Json encode(bool v, EncodeContext&) { return v; }
     static std::optional<bool> decode(const Json& j, DecodeContext& c) {
         if (!j.is_boolean()) return c.typeMismatch(name, j), std::nullopt;
         return j.get<bool>();
@@ -87,7 +87,7 @@ struct Codec<bool> {
 template <>
 struct LXHF_EXPORT Codec<std::int64_t> {
     static constexpr std::string_view name = "Int";
-    static Json encode(std::int64_t v, const EncodeContext&) { return v; }
+    static Json encode(std::int64_t v, EncodeContext&) { return v; }
     static std::optional<std::int64_t> decode(const Json& j, DecodeContext& c);
 };
 
@@ -95,7 +95,7 @@ struct LXHF_EXPORT Codec<std::int64_t> {
 template <>
 struct LXHF_EXPORT Codec<double> {
     static constexpr std::string_view name = "Double";
-    static Json encode(double v, const EncodeContext&);
+    static Json encode(double v, EncodeContext&);
     static std::optional<double> decode(const Json& j, DecodeContext& c) {
         if (!j.is_number()) return c.typeMismatch(name, j), std::nullopt;
         return j.get<double>();
@@ -106,7 +106,7 @@ struct LXHF_EXPORT Codec<double> {
 template <class T>
 struct Codec<std::optional<T>> {
     static constexpr std::string_view name = Codec<T>::name;
-    static Json encode(const std::optional<T>& v, const EncodeContext& c) {
+    static Json encode(const std::optional<T>& v, EncodeContext& c) {
         return v ? Codec<T>::encode(*v, c) : Json(nullptr);
     }
     static std::optional<std::optional<T>> decode(const Json& j, DecodeContext& c) {
@@ -122,9 +122,12 @@ struct Codec<std::optional<T>> {
 template <class T>
 struct Codec<std::vector<T>> {
     static constexpr std::string_view name = "Array";
-    static Json encode(const std::vector<T>& v, const EncodeContext& c) {
+    static Json encode(const std::vector<T>& v, EncodeContext& c) {
         Json out = Json::array();
-        for (const auto& element : v) out.push_back(Codec<T>::encode(element, c));
+        for (std::size_t i = 0; i < v.size(); ++i) {
+            PathScope scope(c, i);
+            out.push_back(Codec<T>::encode(v[i], c));
+        }
         return out;
     }
     static std::optional<std::vector<T>> decode(const Json& j, DecodeContext& c) {
@@ -145,9 +148,12 @@ struct Codec<std::vector<T>> {
 template <class V>
 struct Codec<std::map<std::string, V>> {
     static constexpr std::string_view name = "Dictionary";
-    static Json encode(const std::map<std::string, V>& m, const EncodeContext& c) {
+    static Json encode(const std::map<std::string, V>& m, EncodeContext& c) {
         Json out = Json::object();
-        for (const auto& [key, value] : m) out[key] = Codec<V>::encode(value, c);
+        for (const auto& [key, value] : m) {
+            PathScope scope(c, std::string_view(key));
+            out[key] = Codec<V>::encode(value, c);
+        }
         return out;
     }
     static std::optional<std::map<std::string, V>> decode(const Json& j, DecodeContext& c) {
@@ -166,7 +172,7 @@ struct Codec<std::map<std::string, V>> {
 template <RawEnum E>
 struct Codec<E> {
     static constexpr std::string_view name = RawValues<E>::name;
-    static Json encode(E v, const EncodeContext&) { return std::string(rawValueOf(v)); }
+    static Json encode(E v, EncodeContext&) { return std::string(rawValueOf(v)); }
     static std::optional<E> decode(const Json& j, DecodeContext& c) {
         if (!j.is_string()) return c.typeMismatch(name, j), std::nullopt;
         const auto& raw = j.get_ref<const std::string&>();
@@ -181,7 +187,7 @@ template <Record T>
 struct Codec<T> {
     static constexpr std::string_view name = "Dictionary";
 
-    static Json encode(const T& record, const EncodeContext& c) {
+    static Json encode(const T& record, EncodeContext& c) {
         Json out = Json::object();
         std::apply([&](const auto&... f) { (encodeField(out, record, f, c), ...); }, T::fields());
         return out;
@@ -199,11 +205,12 @@ struct Codec<T> {
 
 private:
     template <class M>
-    static void encodeField(Json& out, const T& record, const Field<T, M>& f, const EncodeContext& c) {
+    static void encodeField(Json& out, const T& record, const Field<T, M>& f, EncodeContext& c) {
         const M& value = record.*(f.member);
         if constexpr (IsOptional<M>::value) {
             if (!value) return;
         }
+        PathScope scope(c, f.name);
         out[c.key(f.name)] = Codec<M>::encode(value, c);
     }
 
@@ -230,16 +237,37 @@ private:
 
 // ---- Entry points ----
 
+// Stateless between calls, so one encoder may serve several threads.
 class Encoder {
 public:
-    explicit Encoder(KeyEncoding keys = KeyEncoding::useDefaultKeys) : context_(keys) {}
+    explicit Encoder(KeyEncoding keys = KeyEncoding::useDefaultKeys) : keys_(keys) {}
+
+    // Fails on a value JSON has no form for (a non-finite double).
     template <class T>
-    Json toJson(const T& value) const { return Codec<T>::encode(value, context_); }
+    LXResult<Json, EncodingError> tryToJson(const T& value) const {
+        EncodeContext context(keys_);
+        Json json = Codec<T>::encode(value, context);
+        if (context.error()) return context.takeError();
+        return json;
+    }
+    template <class T>
+    LXResult<std::string, EncodingError> tryEncode(const T& value) const {
+        auto json = tryToJson(value);
+        if (!json) return json.error();
+        return serialize(json.value());
+    }
+
+    // Writes null where tryEncode fails.
+    template <class T>
+    Json toJson(const T& value) const {
+        EncodeContext context(keys_);
+        return Codec<T>::encode(value, context);
+    }
     template <class T>
     std::string encode(const T& value) const { return serialize(toJson(value)); }
 
 private:
-    EncodeContext context_;
+    KeyEncoding keys_;
 };
 
 class Decoder {

@@ -6,10 +6,59 @@ std::string serialize(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+namespace {
+// One pass, strings skipped: refuses nesting beyond the limit, and a NUL
+// between values, where the parser would take it for the end of the text and
+// ignore the rest. Unbalanced closers mean the text is not JSON anyway.
+bool passesPrescan(std::string_view text) {
+    int depth = 0;
+    bool inString = false, escaped = false;
+    for (const char c : text) {
+        if (inString) {
+            if (escaped) escaped = false;
+            else if (c == '\\') escaped = true;
+            else if (c == '"') inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '{' || c == '[') {
+            if (++depth > kMaximumNesting) return false;
+        } else if (c == '}' || c == ']') {
+            if (--depth < 0) return false;
+        } else if (c == '\0') {
+            return false;
+        }
+    }
+    return true;
+}
+}  // namespace
+
 std::optional<Json> parse(std::string_view text) {
+    if (!passesPrescan(text)) return std::nullopt;
     Json parsed = Json::parse(text.begin(), text.end(), nullptr, /*allow_exceptions=*/false);
     if (parsed.is_discarded()) return std::nullopt;
     return parsed;
+}
+
+void EncodeContext::fail(std::string description) {
+    if (error_) return;
+    std::vector<std::string> path;
+    path.reserve(path_.size());
+    for (const auto& component : path_) {
+        if (const auto* key = std::get_if<std::string_view>(&component)) path.emplace_back(*key);
+        else path.push_back("Index " + std::to_string(std::get<std::size_t>(component)));
+    }
+    error_ = EncodingError{std::move(path), std::move(description)};
+}
+
+std::string EncodingError::description() const {
+    std::string path;
+    for (const auto& component : codingPath) {
+        if (!path.empty()) path += '.';
+        path += component;
+    }
+    std::string out = "invalidValue";
+    if (!path.empty()) out += " at " + path;
+    return out + ": " + debugDescription;
 }
 
 bool DecodeContext::fail(LXDecodingError::Kind kind, std::string description) {
@@ -34,6 +83,10 @@ std::string_view foundDescription(const Json& value) {
 
 bool DecodeContext::typeMismatch(std::string_view expected, const Json& found) {
     if (found.is_null()) return valueNotFound(expected);
+    return containerMismatch(expected, found);
+}
+
+bool DecodeContext::containerMismatch(std::string_view expected, const Json& found) {
     return fail(LXDecodingError::Kind::typeMismatch,
                 "Expected to decode " + std::string(expected) + " but found " +
                     std::string(foundDescription(found)) + " instead.");
@@ -113,8 +166,13 @@ std::optional<std::int64_t> Codec<std::int64_t>::decode(const Json& j, DecodeCon
     return std::nullopt;
 }
 
-Json Codec<double>::encode(double v, const EncodeContext&) {
-    if (!std::isfinite(v)) return nullptr;
+Json Codec<double>::encode(double v, EncodeContext& c) {
+    if (!std::isfinite(v)) {
+        // JSON has no form for these; a null in their place would not read back.
+        const char* named = std::isnan(v) ? "Double.nan" : v > 0 ? "Double.infinity" : "-Double.infinity";
+        c.fail("Unable to encode " + std::string(named) + " directly in JSON.");
+        return nullptr;
+    }
     if (std::trunc(v) == v && std::fabs(v) < 9007199254740992.0) return std::int64_t(v);
     return v;
 }

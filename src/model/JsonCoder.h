@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -32,11 +34,31 @@ inline KeyDecoding decodingFor(LXJSONKeyStyle style) {
 }
 
 // Compact text, UTF-8 as it stands, "/" unescaped. Invalid UTF-8 is replaced
-// rather than thrown on, so encoding never fails.
+// rather than thrown on.
 LXHF_EXPORT std::string serialize(const Json& json);
-// Absent when the text is not JSON.
+
+// Far deeper than any record. Building and copying a tree recurse once per
+// level, so deeper text is refused before anything is built from it.
+inline constexpr int kMaximumNesting = 512;
+
+// Absent when the text is not JSON (invalid UTF-8 and a NUL between values
+// included) or nests deeper than kMaximumNesting. Every reader of outside
+// text comes through here.
 LXHF_EXPORT std::optional<Json> parse(std::string_view text);
 
+// Why a value could not be written as JSON.
+struct LXHF_EXPORT EncodingError {
+    // Field names, map keys and "Index N", from the top to the failing value.
+    std::vector<std::string> codingPath;
+    std::string debugDescription;
+
+    // "invalidValue at value.createdOn: Unable to encode Double.nan directly in JSON."
+    std::string description() const;
+};
+
+// Tracks the coding path and the first failure while a value is encoded.
+// The path holds views of field names and map keys, which outlive the
+// encoding; it is spelled out only when something fails.
 class EncodeContext {
 public:
     explicit EncodeContext(KeyEncoding keys) : keys_(keys) {}
@@ -44,8 +66,19 @@ public:
         return keys_ == KeyEncoding::convertToSnakeCase ? toSnakeCase(fieldName) : std::string(fieldName);
     }
 
+    const std::optional<EncodingError>& error() const { return error_; }
+    EncodingError takeError() { return std::move(*error_); }
+    // Records the failure at the current path; the first one is kept.
+    LXHF_EXPORT void fail(std::string description);
+
+    void push(std::string_view key) { path_.emplace_back(key); }
+    void push(std::size_t index) { path_.emplace_back(index); }
+    void pop() { path_.pop_back(); }
+
 private:
     KeyEncoding keys_;
+    std::vector<std::variant<std::string_view, std::size_t>> path_;
+    std::optional<EncodingError> error_;
 };
 
 // Tracks the coding path and the first failure while a value is decoded.
@@ -59,7 +92,10 @@ public:
 
     // Records the failure at the current path; always returns false.
     bool fail(LXDecodingError::Kind kind, std::string description);
+    // A null found where a value was expected is a missing value.
     bool typeMismatch(std::string_view expected, const Json& found);
+    // Opening a container: a null is the wrong type like any other value.
+    bool containerMismatch(std::string_view expected, const Json& found);
     bool valueNotFound(std::string_view expected);
 
     void push(std::string component) { path_.push_back(std::move(component)); }
@@ -72,17 +108,19 @@ private:
 };
 
 // Keeps a path component for the length of a scope.
+template <class Context>
 class PathScope {
 public:
-    PathScope(DecodeContext& context, std::string component) : context_(context) {
-        context_.push(std::move(component));
+    template <class Component>
+    PathScope(Context& context, Component&& component) : context_(context) {
+        context_.push(std::forward<Component>(component));
     }
     ~PathScope() { context_.pop(); }
     PathScope(const PathScope&) = delete;
     PathScope& operator=(const PathScope&) = delete;
 
 private:
-    DecodeContext& context_;
+    Context& context_;
 };
 
 // The members of one JSON object, looked up by field name under the
@@ -101,7 +139,7 @@ private:
 LXHF_EXPORT std::string keyNotFoundDescription(std::string_view key);
 
 // Specialised per type in JsonCodecs.h:
-//   static Json encode(const T&, const EncodeContext&);
+//   static Json encode(const T&, EncodeContext&);
 //   static std::optional<T> decode(const Json&, DecodeContext&);
 //   static constexpr std::string_view name;
 template <class T, class Enable = void>

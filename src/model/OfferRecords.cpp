@@ -2,7 +2,7 @@
 
 namespace lxhf::json {
 
-Json Codec<CodableValue>::encode(const CodableValue& v, const EncodeContext& c) {
+Json Codec<CodableValue>::encode(const CodableValue& v, EncodeContext& c) {
     return std::visit([&](const auto& payload) { return Codec<std::decay_t<decltype(payload)>>::encode(payload, c); },
                       v.value);
 }

@@ -16,7 +16,7 @@ struct ErrorInfoFields {
 
 // Both enumerations code as {"<case>": {}} or {"error": {"error": <LXErrorInfo>}}.
 template <class Value>
-Json encodeCase(std::string_view caseName, const Value& value, const EncodeContext& c) {
+Json encodeCase(std::string_view caseName, const Value& value, EncodeContext& c) {
     Json payload = Json::object();
     if (const LXErrorInfo* error = value.errorInfo()) payload[c.key("error")] = Codec<LXErrorInfo>::encode(*error, c);
     Json out = Json::object();
@@ -40,7 +40,7 @@ std::optional<Value> decodeCases(const Json& j, DecodeContext& c, std::string_vi
     }
     const Json& payload = *members.find(caseNames[found]);
     PathScope scope(c, std::string(caseNames[found]));
-    if (!payload.is_object()) return c.typeMismatch("Dictionary", payload), std::nullopt;
+    if (!payload.is_object()) return c.containerMismatch("Dictionary", payload), std::nullopt;
     if (caseNames[found] != "error") return make(found);
 
     const ObjectView inner(payload, c);
@@ -73,7 +73,7 @@ LXFermoPurchaseResult makeResult(std::size_t index) {
 
 }  // namespace
 
-Json Codec<LXErrorInfo>::encode(const LXErrorInfo& error, const EncodeContext& c) {
+Json Codec<LXErrorInfo>::encode(const LXErrorInfo& error, EncodeContext& c) {
     return Codec<ErrorInfoFields>::encode({error.message(), error.code()}, c);
 }
 
@@ -83,7 +83,7 @@ std::optional<LXErrorInfo> Codec<LXErrorInfo>::decode(const Json& j, DecodeConte
     return makeError(std::move(fields->message), fields->code);
 }
 
-Json Codec<LXFermoOfferState>::encode(const LXFermoOfferState& state, const EncodeContext& c) {
+Json Codec<LXFermoOfferState>::encode(const LXFermoOfferState& state, EncodeContext& c) {
     return encodeCase(kStateCases[std::size_t(state.kind())], state, c);
 }
 
@@ -91,7 +91,7 @@ std::optional<LXFermoOfferState> Codec<LXFermoOfferState>::decode(const Json& j,
     return decodeCases<LXFermoOfferState>(j, c, name, kStateCases, &makeState);
 }
 
-Json Codec<LXFermoPurchaseResult>::encode(const LXFermoPurchaseResult& result, const EncodeContext& c) {
+Json Codec<LXFermoPurchaseResult>::encode(const LXFermoPurchaseResult& result, EncodeContext& c) {
     return encodeCase(kResultCases[std::size_t(result.kind())], result, c);
 }
 
@@ -99,7 +99,7 @@ std::optional<LXFermoPurchaseResult> Codec<LXFermoPurchaseResult>::decode(const 
     return decodeCases<LXFermoPurchaseResult>(j, c, name, kResultCases, &makeResult);
 }
 
-Json Codec<LXFermoOffer>::encode(const LXFermoOffer& offer, const EncodeContext& c) {
+Json Codec<LXFermoOffer>::encode(const LXFermoOffer& offer, EncodeContext& c) {
     Json out = Json::object();
     out[c.key("roomDetails")] = Codec<LXRoomDetails>::encode(RoomDetailsAccess::room(offer), c);
     out[c.key("state")] = Codec<LXFermoOfferState>::encode(offer.state, c);

@@ -12,28 +12,28 @@ namespace lxhf::json {
 template <>
 struct LXHF_EXPORT Codec<LXErrorInfo> {
     static constexpr std::string_view name = "LXErrorInfo";
-    static Json encode(const LXErrorInfo& error, const EncodeContext& c);
+    static Json encode(const LXErrorInfo& error, EncodeContext& c);
     static std::optional<LXErrorInfo> decode(const Json& j, DecodeContext& c);
 };
 
 template <>
 struct LXHF_EXPORT Codec<LXFermoOfferState> {
     static constexpr std::string_view name = "LXFermoOfferState";
-    static Json encode(const LXFermoOfferState& state, const EncodeContext& c);
+    static Json encode(const LXFermoOfferState& state, EncodeContext& c);
     static std::optional<LXFermoOfferState> decode(const Json& j, DecodeContext& c);
 };
 
 template <>
 struct LXHF_EXPORT Codec<LXFermoPurchaseResult> {
     static constexpr std::string_view name = "LXFermoPurchaseResult";
-    static Json encode(const LXFermoPurchaseResult& result, const EncodeContext& c);
+    static Json encode(const LXFermoPurchaseResult& result, EncodeContext& c);
     static std::optional<LXFermoPurchaseResult> decode(const Json& j, DecodeContext& c);
 };
 
 template <>
 struct LXHF_EXPORT Codec<LXFermoOffer> {
     static constexpr std::string_view name = "LXFermoOffer";
-    static Json encode(const LXFermoOffer& offer, const EncodeContext& c);
+    static Json encode(const LXFermoOffer& offer, EncodeContext& c);
     static std::optional<LXFermoOffer> decode(const Json& j, DecodeContext& c);
 };
 

@@ -145,7 +145,7 @@ namespace lxhf::json {
 template <>
 struct Codec<LXRoomDetails> {
     static constexpr std::string_view name = "LXRoomDetails";
-    static Json encode(const LXRoomDetails& room, const EncodeContext& c) {
+    static Json encode(const LXRoomDetails& room, EncodeContext& c) {
         return Codec<LXRoomDetailsData>::encode(details(room), c);
     }
     static std::optional<LXRoomDetails> decode(const Json& j, DecodeContext& c) {

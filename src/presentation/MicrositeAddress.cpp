@@ -1,7 +1,5 @@
 #include "presentation/MicrositeAddress.h"
 
-#include <exception>
-
 #include <glib.h>
 
 #include "model/SessionRecords.h"
@@ -23,14 +21,17 @@ struct MicrositeTexts {
     std::string offer, hotel, extAttributes, featureFlags;
 };
 
-MicrositeTexts encodeTexts(const LXOfferResponse& response, const LXRoomDetailsData& room) {
+LXResult<MicrositeTexts, json::EncodingError> encodeTexts(const LXOfferResponse& response,
+                                                          const LXRoomDetailsData& room) {
     const json::Encoder encoder(json::KeyEncoding::convertToSnakeCase);
-    return {
-        encoder.encode(response),
-        encoder.encode(LXMicrositeHotel{room.hotel.name, room.hotel.address.city}),
-        encoder.encode(room.room.extAttributes),
-        encoder.encode(response.featureFlags),  // "null" when absent
-    };
+    auto offer = encoder.tryEncode(response);
+    auto hotel = encoder.tryEncode(LXMicrositeHotel{room.hotel.name, room.hotel.address.city});
+    auto extAttributes = encoder.tryEncode(room.room.extAttributes);
+    auto featureFlags = encoder.tryEncode(response.featureFlags);  // "null" when absent
+    for (const auto* text : {&offer, &hotel, &extAttributes, &featureFlags})
+        if (!*text) return text->error();
+    return MicrositeTexts{std::move(offer).value(), std::move(hotel).value(), std::move(extAttributes).value(),
+                          std::move(featureFlags).value()};
 }
 
 }  // namespace
@@ -71,12 +72,10 @@ LXResult<std::string, MicrositeAddressFailure> micrositeAddress(const MicrositeA
     const LXRoomDetailsData& room = details(roomDetails);
     const std::string image = escapeForMicrosite(room.room.imageUrl).value_or(std::string());
 
-    MicrositeTexts texts;
-    try {
-        texts = encodeTexts(*response, room);
-    } catch (const std::exception& e) {
-        return failure(LogLine::Level::warn, std::string(kErrorEncodingMicrositeUrl) + e.what());
-    }
+    auto encoded = encodeTexts(*response, room);
+    if (!encoded)
+        return failure(LogLine::Level::warn, std::string(kErrorEncodingMicrositeUrl) + encoded.error().description());
+    const MicrositeTexts& texts = encoded.value();
 
     auto offer = escapeForMicrosite(texts.offer);
     auto hotel = escapeForMicrosite(texts.hotel);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "CoreTestSupport.h"
+#include "support/HostileJson.h"
 
 namespace lxhf::test {
 namespace {
@@ -193,6 +194,7 @@ TEST(OfferPipeline, AFailedBatchStaysLoadingAndQueuedWhileOthersGoOn) {
         {"status 200", FakeHttpClient::reply(200, "[]")},
         {"status 500", FakeHttpClient::reply(500)},
         {"undecodable", FakeHttpClient::reply(201, R"([{"offer":{}}])")},
+        {"nested 200,000 deep", FakeHttpClient::reply(201, deepObject())},
     };
     for (const auto& [name, failure] : failures) {
         SCOPED_TRACE(name);

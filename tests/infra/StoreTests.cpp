@@ -1,8 +1,10 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
 #include <fstream>
+#include <limits>
 #include <sstream>
 #include <string>
 
@@ -10,6 +12,7 @@
 #include "infra/SessionStore.h"
 #include "support/FakeClock.h"
 #include "support/FakeHttpClient.h"
+#include "support/HostileJson.h"
 #include "support/ManualQueue.h"
 #include "support/RecordingSystemLog.h"
 #include "support/TempDir.h"
@@ -152,10 +155,38 @@ TEST_F(SessionStoreTest, BadOrMissingFilesAreErrorValues) {
         ASSERT_FALSE(loaded.ok()) << text.substr(0, 40);
         EXPECT_FALSE(loaded.error().description.empty());
     }
+    // A session file holding a value nested 200,000 deep reads as undecodable.
+    std::ofstream(file(), std::ios::binary | std::ios::trunc)
+        << R"([{"key":"session","value":{"createdOn":1,"x":)" << test::nestedValue(200'000)
+        << R"(},"expirationDate":1}])";
+    auto deep = load();
+    ASSERT_FALSE(deep.ok());
+    EXPECT_EQ(deep.error().description, "dataCorrupted: The given data was not valid JSON.");
+
     std::filesystem::remove(file());
     auto missing = load();
     ASSERT_FALSE(missing.ok());
     EXPECT_FALSE(missing.error().description.empty());
+}
+
+TEST_F(SessionStoreTest, NonFiniteDatesFailTheSaveAndWriteNothing) {
+    auto store = newStore();
+    store->insert(makeSession("S-1"), "session");
+    save(*store);
+    const std::string before = fileText();
+    const std::pair<double, std::string> cases[] = {{std::numeric_limits<double>::quiet_NaN(), "Double.nan"},
+                                                     {-std::numeric_limits<double>::infinity(), "-Double.infinity"}};
+    for (const auto& [bad, named] : cases) {
+        LXSession session = makeSession("S-2");
+        session.createdOn = Date{bad};
+        store->insert(session, "session");
+        auto failed = store->saveToDisk("sessionStore", cache, slot);
+        ASSERT_TRUE(failed) << named;
+        EXPECT_EQ(failed->description,
+                  "invalidValue at Index 0.value.createdOn: Unable to encode " + named + " directly in JSON.");
+        EXPECT_FALSE(store->fileForm("sessionStore", cache, slot).ok());  // the engine's background save
+        EXPECT_EQ(fileText(), before);
+    }
 }
 
 TEST_F(SessionStoreTest, MissingCacheDirectoryWarnsOnceAndIsNotAnError) {

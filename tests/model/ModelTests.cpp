@@ -20,6 +20,7 @@
 #include "model/PublicStateCoding.h"
 #include "model/RoomDetailsRecords.h"
 #include "model/SessionRecords.h"
+#include "support/HostileJson.h"
 
 namespace lxhf::test {
 namespace {
@@ -247,8 +248,22 @@ TEST(RoomDetailsJson, DecodingFailuresNameTheKindAndPath) {
     snake["hotel"]["star_rating"] = 4.5;
     expectFailure(LXRoomDetails::fromJSON(snake.dump(), LXJSONKeyStyle::snakeCase), Kind::typeMismatch,
                   {"hotel", "starRating"});
-    for (const char* text : {"", "{", R"({"booking":})", "not json"})
+}
+
+TEST(JsonText, HostileTextIsNotValidJsonAndNothingIsBuiltFromIt) {
+    const std::string notJson[] = {"", "{", R"({"booking":})", "not json", deepObject(), deepObject(512),
+                                   std::string(100'000, '['), "{\"a\":\"\xff\"}", std::string("{\"a\":\"\0\"}", 9),
+                                   std::string("{}\0", 3), R"({"a":"\ud800"})", "[1e999]"};
+    for (const auto& text : notJson) {
+        SCOPED_TRACE(text.substr(0, 20));
+        EXPECT_FALSE(json::parse(text));
         expectFailure(LXRoomDetails::fromJSON(text), Kind::dataCorrupted, {}, "The given data was not valid JSON.");
+        expectFailure(json::Decoder().decode<LXSession>(text), Kind::dataCorrupted, {});
+    }
+    EXPECT_TRUE(json::parse(deepObject(511)));  // 512 levels are still read
+    // Strings holding brackets and escaped quotes do not count as nesting.
+    EXPECT_TRUE(json::parse(R"([")" + std::string(600, '{') + R"(\"[{", "\\", "\u0000"])"));
+    EXPECT_EQ(json::parse(R"({"a":"\u0000"})")->at("a"), std::string(1, '\0'));
 }
 
 constexpr const char* kErrorForm = R"({"error":{"error":{"message":"M","code":7}}})";
@@ -308,7 +323,15 @@ TEST(PublicStateJson, DecodingCountsOnlyCaseKeys) {
     expectFailure(LXFermoOfferState::fromJSON(R"({"error":{}})"), Kind::keyNotFound, {"error"}, missingKey("error"));
     expectFailure(LXFermoOfferState::fromJSON(R"({"error":{"error":{"code":1}}})"), Kind::keyNotFound,
                   {"error", "error"});
-    expectFailure(LXFermoOfferState::fromJSON(R"({"loading":1})"), Kind::typeMismatch, {"loading"});
+    // A case's value must be an object; null is the wrong type, not a missing value.
+    for (const char* text : {R"({"loading":1})", R"({"loading":null})", R"({"error":null})", R"({"error":[]})"}) {
+        SCOPED_TRACE(text);
+        const std::string key = Json::parse(text).begin().key();
+        expectFailure(LXFermoOfferState::fromJSON(text), Kind::typeMismatch, {key});
+    }
+    expectFailure(LXFermoPurchaseResult::fromJSON(R"({"purchased":null})"), Kind::typeMismatch, {"purchased"},
+                  "Expected to decode Dictionary but found null instead.");
+    expectFailure(LXFermoPurchaseResult::fromJSON(R"({"error":null})"), Kind::typeMismatch, {"error"});
 }
 
 TEST(FermoOfferJson, RoomDetailsKeyFollowsTheKeyStyle) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "presentation/BridgeMessage.h"
+#include "support/HostileJson.h"
 
 namespace lxhf::test {
 namespace {
@@ -62,6 +63,9 @@ TEST(BridgeMessage, UnknownAndMalformedMessagesAreOnlyLogged) {
         SCOPED_TRACE(body.dump());
         expectNothingBut(post(body), malformed);
     }
+    // The page's value goes through the shared parser first; past its depth limit it is no value at all.
+    const std::string deepClose = R"({"eventName":"close","data":)" + deepObject() + "}";
+    expectNothingBut(post(json::parse(deepClose).value_or(nullptr)), malformed);
     expectNothingBut(decodeBridgeMessage("corvaneSDKBridge", event("close")), malformed);
     expectNothingBut(decodeBridgeMessage("OtherBridge", event("close")), malformed);
 }

@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -119,6 +121,14 @@ TEST(MicrositeAddress, NoAddressWithoutASignedFullOfferOrAUsableEndpoint) {
     const auto url = micrositeAddress(in, room());
     ASSERT_FALSE(url.ok());
     EXPECT_FALSE(url.error().log.has_value());
+
+    auto flagged = inputs();  // JSON has no form for infinity
+    flagged.offerResponse->featureFlags = FeatureFlags{{"ratio", CodableValue{HUGE_VAL}}};
+    const auto unencodable = micrositeAddress(flagged, room());
+    ASSERT_FALSE(unencodable.ok());
+    EXPECT_EQ(unencodable.error().log,
+              (LogLine{LogLine::Level::warn, "Error encoding microsite URL:\ninvalidValue at featureFlags.ratio: "
+                                             "Unable to encode Double.infinity directly in JSON."}));
 }
 
 TEST(MicrositeEscaping, EscapesExactlyTheEighteenCharacters) {

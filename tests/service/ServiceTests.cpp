@@ -2,6 +2,7 @@
 // and records contract breaks, plays scripted faults and trusts only its own CA.
 
 #include "ServiceTestClient.h"
+#include "support/HostileJson.h"
 #include "testservice/FermoTestService.h"
 
 #include <gmock/gmock.h>
@@ -173,6 +174,7 @@ TEST_F(FermoService, BrokenRequestsAreRefusedWithAReasonAndRecorded) {
         "status": "info", "data": {"jsonPayload": {"env": "production", "partner": "Velto", "locale": "en"}}})";
     const std::string inputs = sampleSessionInputs().dump(), offers = sampleOfferRequest({sampleRoom("R1")}).dump();
     const Headers ours = withSession(session);
+    const std::string deep = lxhf::test::deepObject();
     struct Case {
         std::string method, url;
         Headers headers;
@@ -204,6 +206,10 @@ TEST_F(FermoService, BrokenRequestsAreRefusedWithAReasonAndRecorded) {
         {"POST", logs + "env:staging,version:0.1.0", kJsonType, record, 400, "differs from ddtags"},
         {"POST", logs + "env:production,version:9", kJsonType, record, 400, "wrong ddtags"},
         {"POST", service.baseUrl() + "/api/hotels/v2/sessions", bearer(), "{}", 404, "no route for /api/hotels/v2/sessions"},
+        {"POST", api("sessions"), bearer(), deep, 400, "body is not valid JSON"},
+        {"POST", api("fermo_offers"), ours, deep, 400, "body is not valid JSON"},
+        {"POST", api("events/batch"), bearer(), deep, 400, "body is not valid JSON"},
+        {"POST", logs + "env:production,version:0.1.0", kJsonType, deep, 400, "body is not valid JSON"},
     };
     for (const auto& c : cases) {
         const Reply reply = client->send(c.method, c.url, c.headers, c.body);

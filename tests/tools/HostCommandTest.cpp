@@ -8,6 +8,7 @@
 
 #include "FermoTestService.h"
 #include "LxfermoProcess.h"
+#include "support/HostileJson.h"
 #include "support/TempDir.h"
 
 namespace lxhf::test {
@@ -92,13 +93,15 @@ TEST_F(HostCommand, DrivesOffersAndShownEventsAndKeepsReadingAfterBadLines) {
 
     host.send(std::string("{\"cmd\": \"configure\", "));  // cut short
     EXPECT_EQ(host.nextEvent(), Json({{"event", "error"}, {"message", "line 5: not valid JSON"}}));
+    host.send(R"({"cmd":"configure","token":)" + deepObject() + "}");
+    EXPECT_EQ(host.nextEvent(), Json({{"event", "error"}, {"message", "line 6: not valid JSON"}}));
     host.send(Json{{"cmd", "fly"}});
     host.send(Json{{"cmd", "refresh"}, {"type", "some"}});
     host.send(Json{{"cmd", "cacheOffers"}, {"rooms", Json::array({Json{{"hotel", {}}}})}});
     host.send(Json{{"cmd", "shown"}, {"room", room("H3", "C1")}});  // never cached
     host.send(Json{{"cmd", "wait"}, {"seconds", 0}});
     ASSERT_TRUE(host.eventWhere(is("waited"), 5));
-    EXPECT_EQ(std::count_if(host.seen().begin(), host.seen().end(), is("error")), 5) << Json(host.seen()).dump();
+    EXPECT_EQ(std::count_if(host.seen().begin(), host.seen().end(), is("error")), 6) << Json(host.seen()).dump();
     host.send(Json{{"cmd", "quit"}});
     EXPECT_EQ(host.exitCode(), 0);
     EXPECT_EQ(service.count("events/batch"), 1);

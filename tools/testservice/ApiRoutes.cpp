@@ -14,7 +14,7 @@ constexpr std::string_view kBearerPrefix = "Bearer ";
 constexpr const char* kSessionHeader = "LX-Session-ID";
 
 std::optional<json> parseBody(const RecordedRequest& request) {
-    json body = json::parse(request.body, nullptr, false);
+    json body = parseJson(request.body);
     if (body.is_discarded()) return std::nullopt;
     return body;
 }

@@ -49,7 +49,7 @@ bool parseOne(const std::string& path, const json& entry, Fault& fault, std::str
 }  // namespace
 
 bool parseFaults(std::string_view jsonText, std::map<std::string, Fault>& out, std::string& error) {
-    const json document = json::parse(jsonText, nullptr, false);
+    const json document = parseJson(jsonText);
     if (document.is_discarded() || !document.is_object()) {
         error = "faults must be a JSON object keyed by path";
         return false;

@@ -81,7 +81,7 @@ struct RecordedRequest {
 
     std::optional<std::string> header(std::string_view name) const;  // case-insensitive
     std::optional<std::string> queryValue(std::string_view name) const;
-    nlohmann::json json() const;  // the body parsed; discarded value when not JSON
+    nlohmann::json json() const;  // the body parsed; discarded when not JSON or too deep
 };
 
 class FermoTestService {

@@ -34,7 +34,7 @@ std::variant<std::string, Answer> queryEnvironment(const RecordedRequest& reques
 
 Answer intakeRoute(const RecordedRequest& request, State& state) {
     if (auto refused = checkPost(request)) return *refused;
-    const json body = json::parse(request.body, nullptr, false);
+    const json body = parseJson(request.body);
     if (body.is_object()) state.logs.push_back(body);
 
     auto env = queryEnvironment(request);

@@ -77,7 +77,7 @@ Answer offersRoute(const RecordedRequest& request, State& state) {
     if (!state.sessions.contains(*session)) {
         return Answer::reject(403, "LX-Session-ID is not a known session: " + *session);
     }
-    const json body = json::parse(request.body, nullptr, false);
+    const json body = parseJson(request.body);
     if (body.is_discarded()) return Answer::reject(400, "body is not valid JSON");
     if (auto problem = checkOfferRequest(body)) return Answer::reject(400, *problem);
 

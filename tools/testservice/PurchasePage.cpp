@@ -118,7 +118,7 @@ constexpr std::string_view kPageBody = R"(
 // JSON text of an item the client escaped for the page and again for the URL.
 std::optional<json> doublyEscapedJson(const std::optional<std::string>& value) {
     if (!value) return std::nullopt;
-    json parsed = json::parse(percentDecode(*value), nullptr, false);
+    json parsed = parseJson(percentDecode(*value));
     if (parsed.is_discarded()) return std::nullopt;
     return parsed;
 }

@@ -109,7 +109,7 @@ bool FermoTestService::verifySignature(const nlohmann::json& offerResponse) cons
 }
 
 bool FermoTestService::verifySignatureText(std::string_view offerResponseText) const {
-    return verifySignature(nlohmann::json::parse(offerResponseText, nullptr, false));
+    return verifySignature(parseJson(offerResponseText));
 }
 
 }  // namespace lxhf::testing
