@@ -51,8 +51,10 @@ void EventReporter::sendEvents() {
     if (queue_.empty()) return;
     auto url = api_.endpoint(api::kEventsPath);
     if (!url) return;  // "onShown error accessing server endpoint": ends the send, queue kept
+    auto body = api_.encoder().tryEncode(queue_);
+    if (!body) return logWarn(log_, "Error encoding onShown requestData:\n" + body.error().description());
     std::weak_ptr<EventReporter> weak = weak_from_this();
-    api_.post(*url, api_.encoder().encode(queue_), std::nullopt, [weak](HttpResult result) {
+    api_.post(*url, std::move(body.value()), std::nullopt, [weak](HttpResult result) {
         if (auto self = weak.lock()) self->applyAnswer(result);
     });
 }

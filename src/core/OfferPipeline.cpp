@@ -119,12 +119,12 @@ void OfferPipeline::fetchQueued() {
     computeInBackground(
         background_,
         [batches, encoder = api_.encoder()] {
-            std::vector<std::string> bodies;
+            std::vector<Body> bodies;
             bodies.reserve(batches->size());
-            for (const auto& batch : *batches) bodies.push_back(encoder.encode(requestFor(batch)));
+            for (const auto& batch : *batches) bodies.push_back(encoder.tryEncode(requestFor(batch)));
             return bodies;
         },
-        [weak, batches](std::vector<std::string> bodies) {
+        [weak, batches](std::vector<Body> bodies) {
             auto self = weak.lock();
             if (!self) return;
             self->fetchBatch(std::make_shared<const Fetch>(Fetch{batches, std::move(bodies)}), 0);
@@ -142,7 +142,7 @@ void OfferPipeline::fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t i
     });
 }
 
-void OfferPipeline::fetchOffers(std::string body, std::function<void(Outcome)> done) {
+void OfferPipeline::fetchOffers(Body body, std::function<void(Outcome)> done) {
     auto url = api_.endpoint(api::kOffersPath);
     if (!url) {
         logWarn(log_, "unable to access fermoOffers API URL");
@@ -157,7 +157,11 @@ void OfferPipeline::fetchOffers(std::string body, std::function<void(Outcome)> d
             logError(self->log_, "session.current error: " + session.error().message());
             return done(makeError(session.error().message()));
         }
-        self->sendOffers(url, body, session.value(), std::move(done));
+        if (!body) {
+            logWarn(self->log_, "Error encoding fetchOffers requestData:\n" + body.error().description());
+            return done(NoResult{});
+        }
+        self->sendOffers(url, body.value(), session.value(), std::move(done));
     });
 }
 

@@ -44,14 +44,15 @@ private:
     using Outcome = std::variant<NoResult, LXErrorInfo, Responses>;
     // The queue as it stood when the debouncer fired, with each batch's
     // request body.
+    using Body = LXResult<std::string, json::EncodingError>;
     struct Fetch {
         std::shared_ptr<const std::vector<LXRequestOffersBatch>> batches;
-        std::vector<std::string> bodies;
+        std::vector<Body> bodies;
     };
 
     void fetchQueued();
     void fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t index);
-    void fetchOffers(std::string body, std::function<void(Outcome)> done);
+    void fetchOffers(Body body, std::function<void(Outcome)> done);
     void sendOffers(const std::string& url, const std::string& body, const std::string& sessionId,
                     std::function<void(Outcome)> done);
     void readAnswer(HttpResult result, std::function<void(Outcome)> done);

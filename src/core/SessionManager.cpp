@@ -105,8 +105,11 @@ void SessionManager::createSession(const LXSessionInputs& inputs) {
     const auto& askedFor = inputs.partnerUserId;
     if (!url) return finishCreation(askedFor, makeError("createSession error accessing server endpoint"), inputs.device);
 
+    auto body = api_.encoder().tryEncode(inputs);
+    if (!body) return finishCreation(askedFor, makeError("createSession encoding error"), inputs.device);
+
     std::weak_ptr<SessionManager> weak = weak_from_this();
-    api_.post(*url, api_.encoder().encode(inputs), std::nullopt,
+    api_.post(*url, std::move(body.value()), std::nullopt,
               [weak, askedFor, device = inputs.device](HttpResult result) {
                   auto self = weak.lock();
                   if (!self) return;

@@ -40,7 +40,9 @@ TEST(BridgeMessage, EachEventHasItsOwnEffect) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.message + " case " + std::to_string(&c - cases));
         ASSERT_EQ(c.action.result.has_value(), c.kind.has_value());
-        if (c.kind) EXPECT_EQ(c.action.result->kind(), *c.kind);
+        if (c.kind) {
+            EXPECT_EQ(c.action.result->kind(), *c.kind);
+        }
         EXPECT_EQ(c.action.dismiss, c.dismiss);
         EXPECT_EQ(c.action.stopSpinner, c.stopSpinner);
         EXPECT_FALSE(c.action.log.has_value());
