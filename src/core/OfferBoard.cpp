@@ -67,10 +67,12 @@ void OfferBoard::setResponse(const LXRoomDetails& room, SharedResponse response)
     dirty_ = true;
 }
 
-const LXOfferResponse* OfferBoard::response(const LXRoomDetails& room) const {
+const LXOfferResponse* OfferBoard::response(const LXRoomDetails& room) const { return sharedResponse(room).get(); }
+
+OfferBoard::SharedResponse OfferBoard::sharedResponse(const LXRoomDetails& room) const {
     if (responses_.empty()) return nullptr;
     const auto found = responses_.find(room);
-    return found == responses_.end() ? nullptr : found->second.get();
+    return found == responses_.end() ? nullptr : found->second;
 }
 
 }  // namespace lxhf

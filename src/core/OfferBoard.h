@@ -40,6 +40,7 @@ public:
     const std::unordered_map<LXRoomDetails, SharedResponse>& responses() const noexcept { return responses_; }
     void setResponse(const LXRoomDetails& room, SharedResponse response);
     const LXOfferResponse* response(const LXRoomDetails& room) const;
+    SharedResponse sharedResponse(const LXRoomDetails& room) const;
 
 private:
     void index(std::size_t position);

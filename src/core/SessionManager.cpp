@@ -8,6 +8,7 @@ namespace lxhf {
 namespace {
 const std::string kStoreKey(kSessionStoreKey);
 constexpr std::string_view kStoreName = kSessionStoreName;
+constexpr std::size_t kMaximumSessionAnswerBytes = 64 * 1024;
 
 std::string newUuid() {
     gchar* raw = g_uuid_string_random();
@@ -121,7 +122,11 @@ LXResult<std::string, LXErrorInfo> SessionManager::readCreation(const HttpResult
     if (!result) return makeError("createSession URLRequest error: " + result.error().description);
     const HttpResponse& response = result.value();
     if (response.status != api::kCreated) return makeError("createSession statusCode error", response.status);
-    auto decoded = json::Decoder(json::KeyDecoding::convertFromSnakeCase).decode<LXSessionResponse>(response.body);
+    // The answer is decoded here, on the main context: a body far larger than
+    // one short id is refused unread, as text that is not JSON.
+    const json::Decoder decoder(json::KeyDecoding::convertFromSnakeCase);
+    auto decoded = response.body.size() <= kMaximumSessionAnswerBytes ? decoder.decode<LXSessionResponse>(response.body)
+                                                                       : json::Decoder::notValidJson();
     if (!decoded) {
         logWarn(log_, "Error decoding createSession response data:\n" + decoded.error().description());
         return makeError("createSession decoding error");

@@ -23,6 +23,7 @@ inline constexpr std::string_view kSessionStoreName = "sessionStore";
 inline constexpr std::string_view kSessionStoreFile = "sessionStore.cache";
 inline constexpr std::string_view kSessionStoreKey = "session";
 inline constexpr std::size_t kSessionStoreCountLimit = 1;
+inline constexpr std::uintmax_t kSessionStoreMaximumSize = 1 << 20;
 
 // Where "sessionStore.cache" lives; absent, after "Unexpected cache error",
 // when there is no cache directory.

@@ -272,6 +272,11 @@ private:
 
 class Decoder {
 public:
+    // What every refused text decodes to.
+    static LXDecodingError notValidJson() {
+        return {LXDecodingError::Kind::dataCorrupted, {}, "The given data was not valid JSON."};
+    }
+
     explicit Decoder(KeyDecoding keys = KeyDecoding::useDefaultKeys) : keys_(keys) {}
 
     template <class T>
@@ -285,8 +290,7 @@ public:
     template <class T>
     LXResult<T, LXDecodingError> decode(std::string_view text) const {
         auto json = parse(text);
-        if (!json)
-            return LXDecodingError{LXDecodingError::Kind::dataCorrupted, {}, "The given data was not valid JSON."};
+        if (!json) return notValidJson();
         return fromJson<T>(*json);
     }
 

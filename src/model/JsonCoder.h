@@ -41,9 +41,16 @@ LXHF_EXPORT std::string serialize(const Json& json);
 // level, so deeper text is refused before anything is built from it.
 inline constexpr int kMaximumNesting = 512;
 
+// Objects keep their keys in order and look a new key up among the earlier
+// ones, so an object of n members costs n²/2 comparisons to build: wider
+// objects, or more of that work in one text, are refused too. No record
+// comes near either limit.
+inline constexpr std::size_t kMaximumObjectMembers = 1024;
+inline constexpr std::size_t kMaximumMemberComparisons = 4'000'000;
+
 // Absent when the text is not JSON (invalid UTF-8 and a NUL between values
-// included) or nests deeper than kMaximumNesting. Every reader of outside
-// text comes through here.
+// included), nests deeper than kMaximumNesting or is wider than the limits
+// above. Every reader of outside text comes through here.
 LXHF_EXPORT std::optional<Json> parse(std::string_view text);
 
 // Why a value could not be written as JSON.

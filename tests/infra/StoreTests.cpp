@@ -148,6 +148,8 @@ TEST_F(SessionStoreTest, BadOrMissingFilesAreErrorValues) {
         "", "sessionStore", R"([{"key":"session","value":{"sessionId":"S-1")", R"({"key":"session"})",
         R"([{"key":"session","expirationDate":1}])", R"([{"key":"session","value":{"createdOn":1},"expirationDate":"soon"}])",
         "[null]", std::string("\0\xff\xfe[\x01", 5), std::string(100000, '['),
+        // Valid, but far larger than any session store.
+        R"([{"key":"session","value":{"createdOn":1,"pad":")" + std::string(2 << 20, 'x') + R"("},"expirationDate":1}])",
     };
     for (const auto& text : cases) {
         std::ofstream(file(), std::ios::binary | std::ios::trunc) << text;
@@ -155,9 +157,9 @@ TEST_F(SessionStoreTest, BadOrMissingFilesAreErrorValues) {
         ASSERT_FALSE(loaded.ok()) << text.substr(0, 40);
         EXPECT_FALSE(loaded.error().description.empty());
     }
-    // A session file holding a value nested 200,000 deep reads as undecodable.
+    // A session file holding a value nested 150,000 deep reads as undecodable.
     std::ofstream(file(), std::ios::binary | std::ios::trunc)
-        << R"([{"key":"session","value":{"createdOn":1,"x":)" << test::nestedValue(200'000)
+        << R"([{"key":"session","value":{"createdOn":1,"x":)" << test::nestedValue(150'000)
         << R"(},"expirationDate":1}])";
     auto deep = load();
     ASSERT_FALSE(deep.ok());

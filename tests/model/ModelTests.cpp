@@ -250,8 +250,18 @@ TEST(RoomDetailsJson, DecodingFailuresNameTheKindAndPath) {
                   {"hotel", "starRating"});
 }
 
+// An object of `members` members, each a small object of its own.
+std::string wideObject(std::size_t members) {
+    std::string text = "{";
+    for (std::size_t i = 0; i < members; ++i) text += (i ? ",\"" : "\"") + std::to_string(i) + R"(":{"a":1})";
+    return text + "}";
+}
+
 TEST(JsonText, HostileTextIsNotValidJsonAndNothingIsBuiltFromIt) {
-    const std::string notJson[] = {"", "{", R"({"booking":})", "not json", deepObject(), deepObject(512),
+    std::string manyWide = "[";
+    for (int i = 0; i < 10; ++i) manyWide += (i ? "," : "") + wideObject(1000);
+    manyWide += "]";
+    const std::string notJson[] = {wideObject(1025), manyWide,"", "{", R"({"booking":})", "not json", deepObject(), deepObject(512),
                                    std::string(100'000, '['), "{\"a\":\"\xff\"}", std::string("{\"a\":\"\0\"}", 9),
                                    std::string("{}\0", 3), R"({"a":"\ud800"})", "[1e999]"};
     for (const auto& text : notJson) {
@@ -261,6 +271,7 @@ TEST(JsonText, HostileTextIsNotValidJsonAndNothingIsBuiltFromIt) {
         expectFailure(json::Decoder().decode<LXSession>(text), Kind::dataCorrupted, {});
     }
     EXPECT_TRUE(json::parse(deepObject(511)));  // 512 levels are still read
+    EXPECT_TRUE(json::parse(wideObject(1024)));
     // Strings holding brackets and escaped quotes do not count as nesting.
     EXPECT_TRUE(json::parse(R"([")" + std::string(600, '{') + R"(\"[{", "\\", "\u0000"])"));
     EXPECT_EQ(json::parse(R"({"a":"\u0000"})")->at("a"), std::string(1, '\0'));

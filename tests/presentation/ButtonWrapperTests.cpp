@@ -198,13 +198,15 @@ TEST_F(ButtonWrapper, AnErrorButtonAppearsOncePerMappingNotPerPublish) {
     sdk->cacheOffers({room});
     ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::error}; }, kPatience));
     GtkWidget* wrapper = show(wrap(room));
-    const auto appearances = [&] {
+    const auto logged = [&](const std::string& message) {
         int n = 0;
-        for (const auto& record : service->logs())
-            n += record.value("message", "") == "Error accessing available offerResponse in onAppear";
+        for (const auto& record : service->logs()) n += record.value("message", "") == message;
         return n;
     };
-    ASSERT_TRUE(runMainLoopUntil([&] { return appearances() == 1; }, kPatience));
+    const auto appearances = [&] { return logged("Error accessing available offerResponse in onAppear"); };
+    // The purchase address is composed with each build of the button.
+    const auto compositions = [&] { return logged("offerResponse is not a signedFullOffer"); };
+    ASSERT_TRUE(runMainLoopUntil([&] { return appearances() == 1 && compositions() == 1; }, kPatience));
     GtkWidget* button = gtk_widget_get_first_child(wrapper);
 
     // Each publish carries the same error again.
@@ -220,6 +222,9 @@ TEST_F(ButtonWrapper, AnErrorButtonAppearsOncePerMappingNotPerPublish) {
     EXPECT_EQ(appearances(), 2);
     EXPECT_EQ(builds.size(), 1u);
     EXPECT_EQ(gtk_widget_get_first_child(wrapper), button);
+    actions[0]();  // the tap shows what the build composed
+    runMainLoopFor(0.3);
+    EXPECT_EQ(compositions(), 1);
 }
 
 TEST_F(ButtonWrapper, ADestroyedWrapperTakesItsPageDownWithoutAResult) {

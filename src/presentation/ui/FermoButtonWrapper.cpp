@@ -38,6 +38,10 @@ struct WrapperState {
     GtkWidget* child = nullptr;
     bool showsPlaceholder = false;
     std::optional<LXFermoOfferState> shown;  // the state the host's widget was built for
+    // The purchase address, composed with each build of the host's widget and
+    // whenever the room's response changes, as the button's presentation is.
+    std::optional<std::string> address;
+    OfferBoard::SharedResponse addressFor;
     bool presented = false;
     GtkWindow* page = nullptr;  // the presented purchase window, while `presented`
     unsigned renders = 0;  // tells a nested render from the one it interrupted
@@ -80,31 +84,33 @@ void setChild(WrapperState& s, GtkWidget* widget) {
 
 using State = std::shared_ptr<WrapperState>;
 
-void present(const State& s) {
-    if (s->presented || !s->alive) return;
-    LXHotelsFermoSDK& sdk = *s->sdk;
-
+// Logs why there is none, once per composition.
+void composeAddress(WrapperState& s, OfferBoard::SharedResponse response) {
+    LXHotelsFermoSDK& sdk = *s.sdk;
     const LXEnvironment environment = FacadeAccess::environment(sdk);
     MicrositeAddressInputs inputs;
     inputs.endpoint = {environment.micrositeScheme, environment.micrositeHost, environment.micrositePath};
     inputs.token = FacadeAccess::token(sdk);
-    // Asked only of an engine that exists: opening the page never makes one.
+    // Asked only of an engine that exists: a button never makes one.
     if (auto* engine = FacadeAccess::engineIfMade(sdk))
         if (const auto& session = engine->sessions().sessionIfMade()) inputs.sessionId = session->sessionId;
-    if (const LXOfferResponse* response = FacadeAccess::board(sdk).response(s->room)) inputs.offerResponse = *response;
+    if (response) inputs.offerResponse = *response;
 
-    std::optional<std::string> url;
-    auto address = micrositeAddress(inputs, s->room);
-    if (address) {
-        url = std::move(address).value();
-    } else if (address.error().log) {
-        loggerSink(FacadeAccess::log(sdk))(*address.error().log);
-    }
+    s.addressFor = std::move(response);
+    s.address.reset();
+    auto address = micrositeAddress(inputs, s.room);
+    if (address) s.address = std::move(address).value();
+    else if (address.error().log) loggerSink(FacadeAccess::log(sdk))(*address.error().log);
+}
+
+void present(const State& s) {
+    if (s->presented || !s->alive) return;
+    LXHotelsFermoSDK& sdk = *s->sdk;
 
     PurchaseWindowSetup setup;
     GtkRoot* root = gtk_widget_get_root(s->self);
     setup.host = root && GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr;
-    setup.url = std::move(url);
+    setup.url = s->address;
     // Results go to the host only while the wrapper lives: its callback's
     // captures may go with it.
     setup.purchaseCallback = [weak = Weak(s)](const LXFermoPurchaseResult& result) {
@@ -165,7 +171,11 @@ void render(const State& s, const LXHotelsFermoSDK::Offers& offers) {
     }
     // A copy: the host may replace the list while it builds its widget.
     const LXFermoOffer offer = offers[*index];
-    if (s->shown && sameOnScreen(*s->shown, offer.state)) return;
+    auto response = FacadeAccess::board(*s->sdk).sharedResponse(s->room);
+    if (s->shown && sameOnScreen(*s->shown, offer.state)) {
+        if (response != s->addressFor) composeAddress(*s, std::move(response));
+        return;
+    }
 
     GtkWidget* built = s->button ? s->button(offer, actionFor(s)) : nullptr;
     if (!built) built = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
@@ -179,6 +189,7 @@ void render(const State& s, const LXHotelsFermoSDK::Offers& offers) {
         setChild(*s, built);
         s->showsPlaceholder = false;
         s->shown = offer.state;
+        composeAddress(*s, std::move(response));
     }
     g_object_unref(built);
 }

@@ -1,5 +1,6 @@
 #include "presentation/ui/WebViewController.h"
 
+#include <algorithm>
 #include <initializer_list>
 #include <utility>
 #include <vector>
@@ -14,13 +15,18 @@ namespace {
 
 constexpr const char* kControllerKey = "lxhf-web-view-controller";
 
+// A bridge message names an event and perhaps a short text; this is far
+// more than any, and reading more would only hold up the main context.
+constexpr std::size_t kMaximumMessageBytes = 1 << 20;
+
 // The page's value as JSON; null when it has none (undefined, functions).
 json::Json toJson(JSCValue* value) {
     char* text = value ? jsc_value_to_json(value, 0) : nullptr;
     if (!text) return nullptr;
     // The one JSON reader, so the page's message meets the same limits as any
     // answer; what it refuses takes the malformed-message path.
-    auto parsed = json::parse(text);
+    const std::string_view message(text);
+    auto parsed = message.size() <= kMaximumMessageBytes ? json::parse(message) : std::nullopt;
     g_free(text);
     return parsed ? std::move(*parsed) : json::Json(nullptr);
 }
@@ -218,8 +224,10 @@ WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
     g_signal_connect(overlay_, "destroy", G_CALLBACK(&WebViewControllerSignals::destroyed), this);
 
     const auto& options = setup_.pageOptions;
+    // A host's NaN, infinity or centuries mean "no sooner than GLib can wait".
+    constexpr double kLongestWaitSeconds = 86400.0 * 24;
     if (options.reportLoadFailures && options.readyTimeoutSeconds > 0)
-        readyTimer_ = g_timeout_add(static_cast<guint>(options.readyTimeoutSeconds * 1000),
+        readyTimer_ = g_timeout_add(static_cast<guint>(std::min(options.readyTimeoutSeconds, kLongestWaitSeconds) * 1000),
                                     &WebViewControllerSignals::readyTimedOut, this);
 
     webkit_web_view_load_uri(webView_, url.c_str());
