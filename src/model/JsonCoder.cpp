@@ -1,6 +1,6 @@
 #include "model/JsonCoder.h"
 
-#include <array>
+#include "model/JsonLimits.h"
 
 namespace lxhf::json {
 
@@ -8,55 +8,9 @@ std::string serialize(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-namespace {
-// One pass, strings skipped: refuses nesting beyond the limit, objects wider
-// than building them cheaply allows, and a NUL between values, where the
-// parser would take it for the end of the text and ignore the rest.
-// Unbalanced closers mean the text is not JSON anyway.
-class Prescan {
-public:
-    bool passes(std::string_view text) {
-        bool inString = false, escaped = false;
-        for (const char c : text) {
-            if (inString) {
-                if (escaped) escaped = false;
-                else if (c == '\\') escaped = true;
-                else if (c == '"') inString = false;
-            } else if (c == '"') {
-                inString = true;
-            } else if (c == '{' || c == '[') {
-                if (depth_ == kMaximumNesting) return false;
-                open_[depth_++] = {c == '{', 1};
-            } else if (c == '}' || c == ']') {
-                if (depth_ == 0) return false;
-                --depth_;
-            } else if (c == ',' && depth_ > 0 && open_[depth_ - 1].object && !addMember(open_[depth_ - 1])) {
-                return false;
-            } else if (c == '\0') {
-                return false;
-            }
-        }
-        return true;
-    }
-
-private:
-    struct Open {
-        bool object;
-        std::size_t members;
-    };
-    bool addMember(Open& object) {
-        comparisons_ += object.members++;
-        return object.members <= kMaximumObjectMembers && comparisons_ <= kMaximumMemberComparisons;
-    }
-
-    std::array<Open, kMaximumNesting> open_;
-    int depth_ = 0;
-    std::size_t comparisons_ = 0;
-};
-}  // namespace
 
 std::optional<Json> parse(std::string_view text) {
-    if (!Prescan().passes(text)) return std::nullopt;
+    if (!withinJsonLimits(text)) return std::nullopt;
     Json parsed = Json::parse(text.begin(), text.end(), nullptr, /*allow_exceptions=*/false);
     if (parsed.is_discarded()) return std::nullopt;
     return parsed;

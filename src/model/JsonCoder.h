@@ -14,6 +14,7 @@
 #include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXJSONKeyStyle.h"
 #include "LXHotelsFermo/LXResult.h"
+#include "model/JsonLimits.h"
 #include "model/KeyConversion.h"
 
 // Out-of-line pieces carry LXHF_EXPORT so that tests and tools linking the
@@ -36,17 +37,6 @@ inline KeyDecoding decodingFor(LXJSONKeyStyle style) {
 // Compact text, UTF-8 as it stands, "/" unescaped. Invalid UTF-8 is replaced
 // rather than thrown on.
 LXHF_EXPORT std::string serialize(const Json& json);
-
-// Far deeper than any record. Building and copying a tree recurse once per
-// level, so deeper text is refused before anything is built from it.
-inline constexpr int kMaximumNesting = 512;
-
-// Objects keep their keys in order and look a new key up among the earlier
-// ones, so an object of n members costs n²/2 comparisons to build: wider
-// objects, or more of that work in one text, are refused too. No record
-// comes near either limit.
-inline constexpr std::size_t kMaximumObjectMembers = 1024;
-inline constexpr std::size_t kMaximumMemberComparisons = 4'000'000;
 
 // Absent when the text is not JSON (invalid UTF-8 and a NUL between values
 // included), nests deeper than kMaximumNesting or is wider than the limits

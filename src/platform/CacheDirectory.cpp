@@ -27,7 +27,10 @@ void syncDirectoryOf(const std::filesystem::path& file) {
     close(fd);
 }
 
-std::string temporaryPrefix(const std::filesystem::path& file) { return "." + file.filename().string() + ".tmp-"; }
+// Every temporary file beside `file` starts so. One named only once locked
+// goes on with kLockedFirst; one made under its name, by mkstemp, with "-".
+std::string temporaryPrefix(const std::filesystem::path& file) { return "." + file.filename().string() + ".tmp"; }
+constexpr char kLockedFirst = '=';
 
 // An open temporary file beside the real one. Where the filesystem allows,
 // it has no name until its data is on disk, so a write killed midway leaves
@@ -45,7 +48,7 @@ public:
             return TemporaryFile(fd, file, {});
         }
         if (fd >= 0) close(fd);
-        std::string name = (directory / (temporaryPrefix(file) + "XXXXXX")).string();
+        std::string name = (directory / (temporaryPrefix(file) + "-XXXXXX")).string();
         fd = g_mkstemp_full(name.data(), O_WRONLY | O_CLOEXEC, 0600);
         if (fd < 0) return errnoError("Cannot create a temporary file for", file, errno);
         flock(fd, LOCK_EX);
@@ -80,7 +83,7 @@ public:
         if (!path_.empty()) return std::nullopt;
         const std::string fdPath = std::string(kProcFds) + "/" + std::to_string(fd_);
         for (int attempt = 0; attempt < 100; ++attempt) {
-            gchar* suffix = g_strdup_printf("%08x", g_random_int());
+            gchar* suffix = g_strdup_printf("%c%08x", kLockedFirst, g_random_int());
             std::filesystem::path candidate = file_.parent_path() / (temporaryPrefix(file_) + suffix);
             g_free(suffix);
             if (linkat(AT_FDCWD, fdPath.c_str(), AT_FDCWD, candidate.c_str(), AT_SYMLINK_FOLLOW) == 0) {
@@ -128,17 +131,21 @@ bool lockedByItsWriter(const std::filesystem::path& temporary) {
 }
 
 // A killed or crashed write leaves its temporary file behind; without this
-// they would pile up, one per interrupted write.
+// they would pile up, one per interrupted write. A file that was locked
+// before it had a name is left over as soon as nobody holds it; one made
+// under its name may be a live write that has not locked it yet, unless old.
 void removeStaleTemporaryFiles(const std::filesystem::path& file) {
     const std::string prefix = temporaryPrefix(file);
     std::error_code error;
     const auto now = std::filesystem::file_time_type::clock::now();
     for (const auto& entry : std::filesystem::directory_iterator(file.parent_path(), error)) {
         const std::string name = entry.path().filename().string();
-        if (name.compare(0, prefix.size(), prefix) != 0) continue;
-        std::error_code timeError;
-        const auto modified = entry.last_write_time(timeError);
-        if (timeError || now - modified < kStaleTemporaryAge) continue;
+        if (name.size() <= prefix.size() || name.compare(0, prefix.size(), prefix) != 0) continue;
+        if (name[prefix.size()] != kLockedFirst) {
+            std::error_code timeError;
+            const auto modified = entry.last_write_time(timeError);
+            if (timeError || now - modified < kStaleTemporaryAge) continue;
+        }
         if (!lockedByItsWriter(entry.path())) g_unlink(entry.path().c_str());
     }
 }

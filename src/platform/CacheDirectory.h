@@ -29,12 +29,14 @@ std::optional<FileError> writeWholeFileAtomically(const std::filesystem::path& f
 
 // The first half of writeWholeFileAtomically, alone, as a write killed
 // before its rename leaves it: a test's stand-in for a crash. The name starts
-// with "." and ends in ".tmp-" plus a random part; readers never look at it.
+// with "." and has ".tmp" and a random part after the name; readers never
+// look at it.
 LXResult<std::filesystem::path, FileError> writeTemporaryFileBeside(const std::filesystem::path& file,
                                                                     std::string_view data);
 
-// How old an unlocked temporary file must be before it counts as left over.
-// A writer locks its file right after making it; this covers that moment.
+// How old an unlocked temporary file made under its name (where the
+// filesystem has no unnamed files) must be before it counts as left over: its
+// writer locks it right after making it, and this covers that moment.
 inline constexpr std::chrono::seconds kStaleTemporaryAge{1};
 
 }  // namespace lxhf

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "model/JsonLimits.h"
+
 namespace lxhf::testing {
 
 namespace {
@@ -122,24 +124,7 @@ std::optional<std::string> RecordedRequest::queryValue(std::string_view name) co
 }
 
 nlohmann::json parseJson(std::string_view text) {
-    constexpr int kDeepest = 512;
-    int depth = 0;
-    bool inString = false, escaped = false;
-    for (const char c : text) {
-        if (inString) {
-            if (escaped) escaped = false;
-            else if (c == '\\') escaped = true;
-            else if (c == '"') inString = false;
-        } else if (c == '"') {
-            inString = true;
-        } else if ((c == '{' || c == '[') && ++depth > kDeepest) {
-            return nlohmann::json(nlohmann::json::value_t::discarded);
-        } else if (c == '}' || c == ']') {
-            --depth;
-        } else if (c == '\0') {  // nlohmann would stop reading here
-            return nlohmann::json(nlohmann::json::value_t::discarded);
-        }
-    }
+    if (!lxhf::json::withinJsonLimits(text)) return nlohmann::json(nlohmann::json::value_t::discarded);
     return nlohmann::json::parse(text, nullptr, false);
 }
 
