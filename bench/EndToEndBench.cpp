@@ -7,14 +7,12 @@
 
 #include <benchmark/benchmark.h>
 
-#include <glib.h>
-
 #include <algorithm>
 #include <chrono>
 #include <ctime>
 
 #include "BenchRooms.h"
-#include "FermoTestService.h"
+#include "LocalService.h"
 #include "platform/CacheDirectory.h"
 #include "platform/GLibMainQueue.h"
 #include "platform/LibsoupHttpClient.h"
@@ -25,32 +23,14 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr int kRooms = 100;
 constexpr double kDebounce = 0.2;
-constexpr double kTimeoutSeconds = 20.0;
 
-testing::FermoTestService& service() {
-    static testing::FermoTestService* running = [] {
-        auto* s = new testing::FermoTestService();
-        std::string error;
-        if (!s->startOnOwnThread(&error)) benchFailure("the test service did not start: " + error);
-        return s;
-    }();
-    return *running;
-}
+testing::FermoTestService& service() { return localService(); }
 
 // CPU time of this thread, which runs the library, libsoup and its TLS.
 double threadCpuSeconds() {
     timespec t{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
     return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
-}
-
-template <class Done>
-void iterateUntil(Done done) {
-    const auto limit = Clock::now() + std::chrono::duration<double>(kTimeoutSeconds);
-    while (!done()) {
-        if (Clock::now() > limit) benchFailure("timed out waiting on the main context");
-        g_main_context_iteration(nullptr, TRUE);
-    }
 }
 
 struct LibraryRun {

@@ -1,0 +1,47 @@
+#pragma once
+
+// The local HTTPS service on its own thread, one per benchmark process, and
+// a way to run the default main context until something has happened.
+
+#include <glib.h>
+
+#include <chrono>
+#include <string>
+
+#include "BenchRooms.h"
+#include "FermoTestService.h"
+
+namespace lxhf::bench {
+
+inline testing::FermoTestService& localService() {
+    static testing::FermoTestService* running = [] {
+        auto* s = new testing::FermoTestService();
+        std::string error;
+        if (!s->startOnOwnThread(&error)) benchFailure("the test service did not start: " + error);
+        return s;
+    }();
+    return *running;
+}
+
+template <class Done>
+void iterateUntil(Done done, double timeoutSeconds = 20.0) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeoutSeconds);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > limit) benchFailure("timed out waiting on the main context");
+        g_main_context_iteration(nullptr, TRUE);
+    }
+}
+
+inline void iterateFor(double seconds) {
+    bool over = false;
+    g_timeout_add_full(
+        G_PRIORITY_DEFAULT, static_cast<guint>(seconds * 1000.0),
+        [](gpointer flag) {
+            *static_cast<bool*>(flag) = true;
+            return G_SOURCE_REMOVE;
+        },
+        &over, nullptr);
+    iterateUntil([&] { return over; }, seconds + 20.0);
+}
+
+}  // namespace lxhf::bench
