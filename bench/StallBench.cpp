@@ -156,25 +156,30 @@ private:
     std::thread::id mainThread_;
 };
 
+// How a host's facade differs from the plain one: a slow cache folder, or no
+// CA file, as in production, so that the service's certificate is refused.
+enum class Setup { plain, slowCache, systemTrust };
+
 // A facade as a host makes one, from systemParts() pointed at the local
 // service. Offer requests are counted as sent, answers once the library has
 // had them.
 class Host {
 public:
-    explicit Host(bool slowCache) {
+    explicit Host(Setup setup) {
         auto& svc = localService();
         FacadeParts parts = systemParts();
         parts.makeHttp = [this, make = parts.makeHttp](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
             return std::make_shared<Observed>(make(o), *this);
         };
-        if (slowCache) {
+        if (setup == Setup::slowCache) {
             parts.makeCache = [this, make = parts.makeCache](const EndpointOverrides& o) {
                 return std::make_shared<SlowCacheDirectory>(make(o), cacheTouchesOnMain);
             };
         }
         sdk = FacadeAccess::make(std::move(parts));
-        FacadeAccess::setOverrides(*sdk, EndpointOverrides{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(),
-                                                           svc.caFile(), cache.path().string()});
+        const auto caFile = setup == Setup::systemTrust ? std::nullopt : std::optional(svc.caFile());
+        FacadeAccess::setOverrides(*sdk, EndpointOverrides{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(), caFile,
+                                                           cache.path().string()});
         sdk->configure("bench-token", LXEnvironmentType::staging);
         subscription = sdk->subscribeFermoOffers([this](const LXHotelsFermoSDK::Offers& offers) {
             shown = offers.size();
@@ -189,6 +194,7 @@ public:
     std::atomic<int> cacheTouchesOnMain{0};
     int offerRequests = 0;
     int offerAnswers = 0;
+    int transportFailures = 0;
     std::function<void(std::size_t bodyBytes)> afterOfferAnswer;
     test::TempDir cache;
     std::unique_ptr<LXHotelsFermoSDK> sdk;
@@ -203,6 +209,7 @@ private:
             if (offers) ++host_.offerRequests;
             inner_->send(std::move(request), [this, offers, done = std::move(done)](HttpResult result) {
                 const std::size_t bytes = result ? result.value().body.size() : 0;
+                if (!result) ++host_.transportFailures;
                 done(std::move(result));
                 if (!offers) return;
                 ++host_.offerAnswers;
@@ -222,7 +229,7 @@ private:
 // before the facade is made until the script ends; the facade's
 // destruction is timed on its own.
 template <class Script>
-void measure(benchmark::State& state, bool slowCache, Script script) {
+void measure(benchmark::State& state, Setup setup, Script script) {
     auto& svc = localService();
     TickRecorder ticks;
     double destroyMs = 0;
@@ -232,7 +239,7 @@ void measure(benchmark::State& state, bool slowCache, Script script) {
         svc.clear();
         const auto start = Clock::now();
         ticks.start();
-        auto host = std::make_unique<Host>(slowCache);
+        auto host = std::make_unique<Host>(setup);
         script(*host, svc);
         ticks.stop();
         state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
@@ -250,7 +257,7 @@ void measure(benchmark::State& state, bool slowCache, Script script) {
     state.counters["max_cpu_ms"] = percentile(ticks.cpu, 1.0);
     state.counters["ticks"] = double(ticks.late.size());
     state.counters["destroy_ms"] = destroyMs;
-    if (slowCache) state.counters["cache_on_main"] = cacheTouchesOnMain;
+    if (setup == Setup::slowCache) state.counters["cache_on_main"] = cacheTouchesOnMain;
 }
 
 void fetchAll(Host& host, const std::vector<LXRoomDetails>& rooms) {
@@ -278,24 +285,37 @@ const std::string& bigAnswer() {
 
 // The machine's own noise: the timer alone beside an idle facade.
 void BM_Stall_Idle(benchmark::State& state) {
-    measure(state, false, [](Host&, testing::FermoTestService&) { iterateFor(2.0); });
+    measure(state, Setup::plain, [](Host&, testing::FermoTestService&) { iterateFor(2.0); });
 }
 
 // The process's first HTTPS client: the system trust store is read now.
 // Rooms are made before the timer starts: making them is the host's work.
 void BM_Stall_FirstUse(benchmark::State& state) {
     const auto rooms = benchRooms(10);
-    measure(state, false, [&rooms](Host& host, testing::FermoTestService&) { fetchAll(host, rooms); });
+    measure(state, Setup::plain, [&rooms](Host& host, testing::FermoTestService&) { fetchAll(host, rooms); });
+}
+
+// The production path: no CA file, so each new connection reads the system
+// store, and each is refused, so every fetch needs new ones: three hotels,
+// three session attempts per fetch, and a refresh fetches again.
+void BM_Stall_SystemTrust(benchmark::State& state) {
+    const auto rooms = benchRooms(30);
+    measure(state, Setup::systemTrust, [&rooms](Host& host, testing::FermoTestService&) {
+        host.sdk->cacheOffers(rooms);
+        iterateUntil([&] { return host.transportFailures == 3; });
+        host.sdk->refreshCachedOffers(LXRefresh::all);
+        iterateUntil([&] { return host.transportFailures == 6; });
+    });
 }
 
 void BM_Stall_Rooms1000(benchmark::State& state) {
     const auto rooms = benchRooms(1000);
-    measure(state, false, [&rooms](Host& host, testing::FermoTestService&) { fetchAll(host, rooms); });
+    measure(state, Setup::plain, [&rooms](Host& host, testing::FermoTestService&) { fetchAll(host, rooms); });
 }
 
 void BM_Stall_SlowAnswers(benchmark::State& state) {
     const auto rooms = benchRooms(30);
-    measure(state, false, [&rooms](Host& host, testing::FermoTestService& svc) {
+    measure(state, Setup::plain, [&rooms](Host& host, testing::FermoTestService& svc) {
         svc.setFault("sessions", delay(1.0));
         svc.setFault("fermo_offers", delay(1.0));
         fetchAll(host, rooms);
@@ -306,7 +326,7 @@ void BM_Stall_SlowAnswers(benchmark::State& state) {
 // requests, which need connections of their own.
 void BM_Stall_HangingAnswers(benchmark::State& state) {
     const auto rooms = benchRooms(40);
-    measure(state, false, [&rooms](Host& host, testing::FermoTestService& svc) {
+    measure(state, Setup::plain, [&rooms](Host& host, testing::FermoTestService& svc) {
         svc.setFault("fermo_offers", delay(3600));
         host.sdk->cacheOffers({rooms.begin(), rooms.begin() + 20});
         iterateFor(1.0);
@@ -324,7 +344,7 @@ void BM_Stall_HangingAnswers(benchmark::State& state) {
 void BM_Stall_BigAnswer(benchmark::State& state) {
     const std::string& body = bigAnswer();
     const auto rooms = benchRooms(kBigAnswerRooms);
-    measure(state, false, [&body, &rooms](Host& host, testing::FermoTestService& svc) {
+    measure(state, Setup::plain, [&body, &rooms](Host& host, testing::FermoTestService& svc) {
         testing::Fault big;
         big.body = body;
         big.count = 1;
@@ -348,7 +368,7 @@ void BM_Stall_BigAnswer(benchmark::State& state) {
 // session file again.
 void BM_Stall_SlowCache(benchmark::State& state) {
     const auto rooms = benchRooms(100);
-    measure(state, true, [&rooms](Host& host, testing::FermoTestService&) {
+    measure(state, Setup::slowCache, [&rooms](Host& host, testing::FermoTestService&) {
         fetchAll(host, rooms);
         host.sdk->updateUser("traveller-2");
         iterateUntil([&] { return host.offerAnswers >= 20 && host.allAvailable(100); });
@@ -357,6 +377,7 @@ void BM_Stall_SlowCache(benchmark::State& state) {
 
 BENCHMARK(BM_Stall_FirstUse)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Stall_Idle)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Stall_SystemTrust)->UseManualTime()->Iterations(2)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Stall_Rooms1000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Stall_SlowAnswers)->UseManualTime()->Iterations(2)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Stall_HangingAnswers)->UseManualTime()->Iterations(2)->Unit(benchmark::kMillisecond);
