@@ -226,10 +226,12 @@ private:
 };
 
 // Runs `script` on a fresh host per iteration with the timer ticking, from
-// before the facade is made until the script ends; the facade's
-// destruction is timed on its own.
+// before the facade is made until the script ends; the service's `faults`
+// are set before the timer starts (a 5 MB body takes milliseconds to copy)
+// and the facade's destruction is timed on its own.
+using Faults = std::function<void(testing::FermoTestService&)>;
 template <class Script>
-void measure(benchmark::State& state, Setup setup, Script script) {
+void measure(benchmark::State& state, Setup setup, Script script, const Faults& faults = {}) {
     auto& svc = localService();
     TickRecorder ticks;
     double destroyMs = 0;
@@ -237,10 +239,11 @@ void measure(benchmark::State& state, Setup setup, Script script) {
     for (auto _ : state) {
         svc.clearFaults();
         svc.clear();
+        if (faults) faults(svc);
         const auto start = Clock::now();
         ticks.start();
         auto host = std::make_unique<Host>(setup);
-        script(*host, svc);
+        script(*host);
         ticks.stop();
         state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
         cacheTouchesOnMain += host->cacheTouchesOnMain;
@@ -285,14 +288,13 @@ const std::string& bigAnswer() {
 
 // The machine's own noise: the timer alone beside an idle facade.
 void BM_Stall_Idle(benchmark::State& state) {
-    measure(state, Setup::plain, [](Host&, testing::FermoTestService&) { iterateFor(2.0); });
+    measure(state, Setup::plain, [](Host&) { iterateFor(2.0); });
 }
 
-// The process's first HTTPS client: the system trust store is read now.
 // Rooms are made before the timer starts: making them is the host's work.
 void BM_Stall_FirstUse(benchmark::State& state) {
     const auto rooms = benchRooms(10);
-    measure(state, Setup::plain, [&rooms](Host& host, testing::FermoTestService&) { fetchAll(host, rooms); });
+    measure(state, Setup::plain, [&rooms](Host& host) { fetchAll(host, rooms); });
 }
 
 // The production path: no CA file, so each new connection reads the system
@@ -300,7 +302,7 @@ void BM_Stall_FirstUse(benchmark::State& state) {
 // three session attempts per fetch, and a refresh fetches again.
 void BM_Stall_SystemTrust(benchmark::State& state) {
     const auto rooms = benchRooms(30);
-    measure(state, Setup::systemTrust, [&rooms](Host& host, testing::FermoTestService&) {
+    measure(state, Setup::systemTrust, [&rooms](Host& host) {
         host.sdk->cacheOffers(rooms);
         iterateUntil([&] { return host.transportFailures == 3; });
         host.sdk->refreshCachedOffers(LXRefresh::all);
@@ -310,30 +312,33 @@ void BM_Stall_SystemTrust(benchmark::State& state) {
 
 void BM_Stall_Rooms1000(benchmark::State& state) {
     const auto rooms = benchRooms(1000);
-    measure(state, Setup::plain, [&rooms](Host& host, testing::FermoTestService&) { fetchAll(host, rooms); });
+    measure(state, Setup::plain, [&rooms](Host& host) { fetchAll(host, rooms); });
 }
 
 void BM_Stall_SlowAnswers(benchmark::State& state) {
     const auto rooms = benchRooms(30);
-    measure(state, Setup::plain, [&rooms](Host& host, testing::FermoTestService& svc) {
-        svc.setFault("sessions", delay(1.0));
-        svc.setFault("fermo_offers", delay(1.0));
-        fetchAll(host, rooms);
-    });
+    measure(
+        state, Setup::plain, [&rooms](Host& host) { fetchAll(host, rooms); },
+        [](testing::FermoTestService& svc) {
+            svc.setFault("sessions", delay(1.0));
+            svc.setFault("fermo_offers", delay(1.0));
+        });
 }
 
 // Offer answers never come; a refresh and new rooms meanwhile send more
 // requests, which need connections of their own.
 void BM_Stall_HangingAnswers(benchmark::State& state) {
     const auto rooms = benchRooms(40);
-    measure(state, Setup::plain, [&rooms](Host& host, testing::FermoTestService& svc) {
-        svc.setFault("fermo_offers", delay(3600));
-        host.sdk->cacheOffers({rooms.begin(), rooms.begin() + 20});
-        iterateFor(1.0);
-        host.sdk->refreshCachedOffers(LXRefresh::all);
-        host.sdk->cacheOffers({rooms.begin() + 20, rooms.end()});
-        iterateFor(1.0);
-    });
+    measure(
+        state, Setup::plain,
+        [&rooms](Host& host) {
+            host.sdk->cacheOffers({rooms.begin(), rooms.begin() + 20});
+            iterateFor(1.0);
+            host.sdk->refreshCachedOffers(LXRefresh::all);
+            host.sdk->cacheOffers({rooms.begin() + 20, rooms.end()});
+            iterateFor(1.0);
+        },
+        [](testing::FermoTestService& svc) { svc.setFault("fermo_offers", delay(3600)); });
 }
 
 // A 5 MB answer; while it is decoded the user changes and offers refresh.
@@ -342,33 +347,34 @@ void BM_Stall_HangingAnswers(benchmark::State& state) {
 // the refreshed batch out of the queue with its own. Either way the run
 // ends once every room is available and every request answered.
 void BM_Stall_BigAnswer(benchmark::State& state) {
-    const std::string& body = bigAnswer();
     const auto rooms = benchRooms(kBigAnswerRooms);
-    measure(state, Setup::plain, [&body, &rooms](Host& host, testing::FermoTestService& svc) {
-        testing::Fault big;
-        big.body = body;
-        big.count = 1;
-        svc.setFault("fermo_offers", big);
-        bool refreshed = false;
-        host.afterOfferAnswer = [&host, &refreshed](std::size_t bytes) {
-            if (bytes < kBigAnswerBytes) return;
-            host.sdk->updateUser("traveller-2");
-            host.sdk->refreshCachedOffers(LXRefresh::all);
-            refreshed = true;
-        };
-        host.sdk->cacheOffers(rooms);
-        iterateUntil([&] { return refreshed; });
-        iterateFor(0.5);  // past the debounce
-        iterateUntil([&] { return host.offerAnswers == host.offerRequests && host.allAvailable(kBigAnswerRooms); });
-        iterateFor(0.3);  // the last answer's decoding and apply
-    });
+    testing::Fault big;
+    big.body = bigAnswer();
+    big.count = 1;
+    measure(
+        state, Setup::plain,
+        [&rooms](Host& host) {
+            bool refreshed = false;
+            host.afterOfferAnswer = [&host, &refreshed](std::size_t bytes) {
+                if (bytes < kBigAnswerBytes) return;
+                host.sdk->updateUser("traveller-2");
+                host.sdk->refreshCachedOffers(LXRefresh::all);
+                refreshed = true;
+            };
+            host.sdk->cacheOffers(rooms);
+            iterateUntil([&] { return refreshed; });
+            iterateFor(0.5);  // past the debounce
+            iterateUntil([&] { return host.offerAnswers == host.offerRequests && host.allAvailable(kBigAnswerRooms); });
+            iterateFor(0.3);  // the last answer's decoding and apply
+        },
+        [&big](testing::FermoTestService& svc) { svc.setFault("fermo_offers", big); });
 }
 
 // Every touch of the cache folder takes 50 ms; a user change saves the
 // session file again.
 void BM_Stall_SlowCache(benchmark::State& state) {
     const auto rooms = benchRooms(100);
-    measure(state, Setup::slowCache, [&rooms](Host& host, testing::FermoTestService&) {
+    measure(state, Setup::slowCache, [&rooms](Host& host) {
         fetchAll(host, rooms);
         host.sdk->updateUser("traveller-2");
         iterateUntil([&] { return host.offerAnswers >= 20 && host.allAvailable(100); });
