@@ -34,12 +34,4 @@ LXResult<std::unique_ptr<SessionStore>, StoreError> readSessionStore(const std::
     return SessionStore::decode(text.value(), std::move(dateProvider));
 }
 
-LXResult<std::unique_ptr<SessionStore>, StoreError> loadSessionStore(const CacheDirectory& directory,
-                                                                     const LoggerSlot& logger,
-                                                                     DateProvider dateProvider) {
-    auto file = sessionStoreFile(directory, logger);
-    if (!file) return std::unique_ptr<SessionStore>{};
-    return readSessionStore(*file, std::move(dateProvider));
-}
-
 }  // namespace lxhf

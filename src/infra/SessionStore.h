@@ -34,11 +34,4 @@ LXHF_EXPORT std::optional<std::filesystem::path> sessionStoreFile(const CacheDir
 LXHF_EXPORT LXResult<std::unique_ptr<SessionStore>, StoreError> readSessionStore(const std::filesystem::path& file,
                                                                                  DateProvider dateProvider);
 
-// Reads "sessionStore.cache" back. A null store means there is no cache
-// directory ("Unexpected cache error" has been logged); a missing,
-// unreadable or malformed file is an error for the caller to log. Never
-// throws, whatever the file holds.
-LXHF_EXPORT LXResult<std::unique_ptr<SessionStore>, StoreError> loadSessionStore(
-    const CacheDirectory& directory, const LoggerSlot& logger, DateProvider dateProvider = systemNow);
-
 }  // namespace lxhf

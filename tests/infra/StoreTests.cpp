@@ -48,7 +48,7 @@ protected:
     }
     void save(SessionStore& store) { ASSERT_FALSE(store.saveToDisk("sessionStore", cache, slot)); }
     LXResult<std::unique_ptr<SessionStore>, StoreError> load() {
-        return loadSessionStore(cache, slot, dateProviderOf(clock));
+        return readSessionStore(*sessionStoreFile(cache, slot), dateProviderOf(clock));
     }
 
     test::FakeClock clock;
@@ -203,9 +203,7 @@ TEST_F(SessionStoreTest, MissingCacheDirectoryWarnsOnceAndIsNotAnError) {
     slot.installOrRenew(LXLoggerConfig{"staging", "0.1.0", "en_US", "S-1"},
                         LoggerContext{http, systemLog, "https://intake.test/api/v2/logs"});
     EXPECT_FALSE(store->saveToDisk("sessionStore", none, slot));
-    auto loaded = loadSessionStore(none, slot);
-    ASSERT_TRUE(loaded.ok());
-    EXPECT_EQ(loaded.value(), nullptr);
+    EXPECT_FALSE(sessionStoreFile(none, slot).has_value());
     ASSERT_EQ(http.requests().size(), 2u);
     for (const auto& request : http.requests()) {
         auto body = nlohmann::json::parse(request.body);
