@@ -3,6 +3,7 @@
 #include <libsoup/soup.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <vector>
 
@@ -19,19 +20,69 @@ bool isHeaderTextValid(const std::string& text, bool isName) {
     });
 }
 
+// Runs `work` once on the thread that iterates `context`.
+void runOn(GMainContext* context, std::function<void()> work) {
+    GSource* source = g_idle_source_new();
+    g_source_set_priority(source, G_PRIORITY_DEFAULT);
+    using Work = std::function<void()>;
+    g_source_set_callback(
+        source,
+        [](gpointer data) {
+            (*static_cast<Work*>(data))();
+            return gboolean(G_SOURCE_REMOVE);
+        },
+        new Work(std::move(work)), [](gpointer data) { delete static_cast<Work*>(data); });
+    g_source_attach(source, context);
+    g_source_unref(source);
+}
+
+struct Exchange;
+
 }  // namespace
 
-// One request in flight. Owned by the pending libsoup operation (or by the
-// idle source that reports an early failure) and freed when that finishes.
-struct LibsoupHttpClient::Exchange {
-    std::weak_ptr<Shared> shared;
-    std::uint64_t id = 0;
-    std::function<void(HttpResult)> done;  // emptied once the client is gone
+// The session and everything libsoup does with it; touched only on the
+// network thread, apart from the counters and what is set before it starts.
+struct LibsoupHttpClient::Network {
+    GMainContext* context = g_main_context_new();
+    GMainLoop* loop = g_main_loop_new(context, FALSE);
+    GMainContext* callerContext = g_main_context_ref_thread_default();
+    std::weak_ptr<Waiting> waiting;
+    std::optional<std::filesystem::path> caFile;
+    std::atomic<int> connections{0};
+    std::atomic<int> tlsHandshakes{0};
+
+    SoupSession* session = nullptr;
+    std::optional<std::string> setupError;
+    std::map<std::uint64_t, Exchange*> inFlight;
+    bool stopping = false;
+
+    ~Network() {
+        g_main_loop_unref(loop);
+        g_main_context_unref(context);
+        g_main_context_unref(callerContext);
+    }
+
+    void open();
+    void start(std::uint64_t id, HttpRequest request);
+    void answer(std::uint64_t id, HttpResult result);
+    void stop();
+    void quitIfStopped() {
+        if (stopping && inFlight.empty()) g_main_loop_quit(loop);
+    }
+};
+
+using Network = LibsoupHttpClient::Network;
+
+namespace {
+
+// One request in flight. Owned by the pending libsoup operation and freed
+// when that finishes.
+struct Exchange {
+    Network& network;
+    std::uint64_t id;
     SoupMessage* message = nullptr;
     GCancellable* cancellable = g_cancellable_new();
     GSource* timer = nullptr;
-    GSource* earlyFailure = nullptr;
-    std::string earlyFailureDescription;
     gulong networkEventHandler = 0;
     bool timedOut = false;
 
@@ -50,24 +101,12 @@ struct LibsoupHttpClient::Exchange {
         g_source_unref(timer);
         timer = nullptr;
     }
-
-    // Detaches from the client and returns the callback to run, if any.
-    std::function<void(HttpResult)> finish() {
-        stopTimer();
-        if (auto owner = shared.lock()) owner->inFlight.erase(id);
-        return std::move(done);
-    }
 };
 
-namespace {
-
-using Exchange = LibsoupHttpClient::Exchange;
-
 void onNetworkEvent(SoupMessage*, GSocketClientEvent event, GIOStream*, gpointer data) {
-    auto shared = static_cast<Exchange*>(data)->shared.lock();
-    if (!shared) return;
-    if (event == G_SOCKET_CLIENT_CONNECTED) ++shared->connections;
-    if (event == G_SOCKET_CLIENT_TLS_HANDSHAKED) ++shared->tlsHandshakes;
+    auto& network = static_cast<Exchange*>(data)->network;
+    if (event == G_SOCKET_CLIENT_CONNECTED) ++network.connections;
+    if (event == G_SOCKET_CLIENT_TLS_HANDSHAKED) ++network.tlsHandshakes;
 }
 
 gboolean onTimeout(gpointer data) {
@@ -97,85 +136,64 @@ HttpResponse responseOf(SoupMessage* message, GBytes* body) {
 
 void onSent(GObject* session, GAsyncResult* result, gpointer data) {
     std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(data));
+    Network& network = exchange->network;
     GError* error = nullptr;
     GBytes* body = soup_session_send_and_read_finish(SOUP_SESSION(session), result, &error);
-    auto done = exchange->finish();
-    if (done) {
+    exchange->stopTimer();
+    network.inFlight.erase(exchange->id);
+    if (!network.stopping) {
         if (error != nullptr) {
-            done(TransportError{exchange->timedOut ? timedOutDescription : error->message});
+            network.answer(exchange->id, TransportError{exchange->timedOut ? timedOutDescription : error->message});
         } else {
-            HttpResponse response = responseOf(exchange->message, body);
-            exchange.reset();
-            done(std::move(response));
+            network.answer(exchange->id, responseOf(exchange->message, body));
         }
     }
     if (error != nullptr) g_error_free(error);
     if (body != nullptr) g_bytes_unref(body);
+    exchange.reset();
+    network.quitIfStopped();
 }
 
-gboolean onEarlyFailure(gpointer data) {
-    auto* exchange = static_cast<Exchange*>(data);
-    g_source_unref(exchange->earlyFailure);
-    exchange->earlyFailure = nullptr;
-    std::string description = exchange->earlyFailureDescription;
-    if (auto done = exchange->finish()) done(TransportError{std::move(description)});
-    return G_SOURCE_REMOVE;
+gpointer runNetwork(gpointer data) {
+    auto& network = *static_cast<Network*>(data);
+    g_main_context_push_thread_default(network.context);
+    network.open();
+    g_main_loop_run(network.loop);
+    g_object_unref(network.session);
+    // Whatever the session still had queued finishes before the context goes.
+    while (g_main_context_iteration(network.context, FALSE)) {
+    }
+    g_main_context_pop_thread_default(network.context);
+    return nullptr;
 }
 
 }  // namespace
 
-LibsoupHttpClient::LibsoupHttpClient(std::optional<std::filesystem::path> caFile)
-    : shared_(std::make_shared<Shared>()) {
-    shared_->session = soup_session_new();
+void Network::open() {
+    session = soup_session_new();
     // The per-request timer is the only clock: the session's own 60 s socket
     // timeout would cut longer requests short with a different message.
-    soup_session_set_timeout(shared_->session, 0);
+    soup_session_set_timeout(session, 0);
+    // Every connection is made with the backend's default database first,
+    // whatever database it then gets, so that one is read here, once.
+    soup_session_get_tls_database(session);
     if (!caFile) return;
-    std::error_code ignored;
-    std::filesystem::path absolute = std::filesystem::absolute(*caFile, ignored);
     GError* error = nullptr;
-    GTlsDatabase* database = g_tls_file_database_new(absolute.c_str(), &error);
+    GTlsDatabase* database = g_tls_file_database_new(caFile->c_str(), &error);
     if (database == nullptr) {
         // Every request fails rather than silently trusting the system store.
-        shared_->setupError = std::string("Cannot use the CA file: ") + (error ? error->message : "unknown error");
+        setupError = std::string("Cannot use the CA file: ") + (error ? error->message : "unknown error");
         if (error != nullptr) g_error_free(error);
         return;
     }
-    soup_session_set_tls_database(shared_->session, database);
+    soup_session_set_tls_database(session, database);
     g_object_unref(database);
 }
 
-LibsoupHttpClient::~LibsoupHttpClient() {
-    std::vector<Exchange*> pending;
-    for (auto& [id, exchange] : shared_->inFlight) pending.push_back(exchange);
-    shared_->inFlight.clear();
-    for (Exchange* exchange : pending) {
-        exchange->done = nullptr;
-        exchange->stopTimer();
-        if (exchange->earlyFailure != nullptr) {
-            GSource* source = exchange->earlyFailure;
-            exchange->earlyFailure = nullptr;
-            g_source_destroy(source);  // frees the exchange
-            g_source_unref(source);
-        } else {
-            g_cancellable_cancel(exchange->cancellable);  // may free the exchange
-        }
-    }
-    soup_session_abort(shared_->session);
-    g_object_unref(shared_->session);
-}
-
-int LibsoupHttpClient::connectionCount() const { return shared_->connections; }
-int LibsoupHttpClient::tlsHandshakeCount() const { return shared_->tlsHandshakes; }
-
-void LibsoupHttpClient::send(HttpRequest request, std::function<void(HttpResult)> done) {
-    auto* exchange = new Exchange;
-    exchange->shared = shared_;
-    exchange->id = shared_->nextId++;
-    exchange->done = std::move(done);
-    shared_->inFlight.emplace(exchange->id, exchange);
-
-    std::optional<std::string> failure = shared_->setupError;
+void Network::start(std::uint64_t id, HttpRequest request) {
+    if (stopping) return;
+    std::unique_ptr<Exchange> exchange(new Exchange{*this, id});
+    std::optional<std::string> failure = setupError;
     if (!failure) {
         exchange->message = soup_message_new(request.method.c_str(), request.url.c_str());
         if (exchange->message == nullptr) failure = "Invalid URL: " + request.url;
@@ -189,16 +207,7 @@ void LibsoupHttpClient::send(HttpRequest request, std::function<void(HttpResult)
         soup_message_headers_append(soup_message_get_request_headers(exchange->message), name.c_str(),
                                     value.c_str());
     }
-    if (failure) {
-        // `done` never runs inside send(); the failure is reported like an answer.
-        exchange->earlyFailureDescription = std::move(*failure);
-        exchange->earlyFailure = g_idle_source_new();
-        g_source_set_priority(exchange->earlyFailure, G_PRIORITY_DEFAULT);
-        g_source_set_callback(exchange->earlyFailure, onEarlyFailure, exchange,
-                              [](gpointer data) { delete static_cast<Exchange*>(data); });
-        g_source_attach(exchange->earlyFailure, g_main_context_get_thread_default());
-        return;
-    }
+    if (failure) return answer(id, TransportError{std::move(*failure)});
 
     if (!request.body.empty() || (request.method != "GET" && request.method != "HEAD")) {
         GBytes* body = g_bytes_new(request.body.data(), request.body.size());
@@ -211,17 +220,72 @@ void LibsoupHttpClient::send(HttpRequest request, std::function<void(HttpResult)
     // one kept-alive connection (one TLS handshake).
     soup_message_add_flags(exchange->message, SOUP_MESSAGE_IDEMPOTENT);
     exchange->networkEventHandler =
-        g_signal_connect(exchange->message, "network-event", G_CALLBACK(onNetworkEvent), exchange);
+        g_signal_connect(exchange->message, "network-event", G_CALLBACK(onNetworkEvent), exchange.get());
 
     double seconds = request.timeout.count();
     if (std::isfinite(seconds) && seconds > 0) {
         auto millis = static_cast<guint>(std::min(std::ceil(seconds * 1000.0), 4.0e9));
         exchange->timer = g_timeout_source_new(millis);
-        g_source_set_callback(exchange->timer, onTimeout, exchange, nullptr);
-        g_source_attach(exchange->timer, g_main_context_get_thread_default());
+        g_source_set_callback(exchange->timer, onTimeout, exchange.get(), nullptr);
+        g_source_attach(exchange->timer, context);
     }
-    soup_session_send_and_read_async(shared_->session, exchange->message, G_PRIORITY_DEFAULT,
-                                     exchange->cancellable, onSent, exchange);
+    inFlight.emplace(id, exchange.get());
+    SoupMessage* message = exchange->message;
+    GCancellable* cancellable = exchange->cancellable;
+    soup_session_send_and_read_async(session, message, G_PRIORITY_DEFAULT, cancellable, onSent, exchange.release());
+}
+
+// The answer crosses to the caller's context; the caller may be gone by then.
+void Network::answer(std::uint64_t id, HttpResult result) {
+    runOn(callerContext, [waiting = waiting, id, result = std::move(result)]() mutable {
+        auto owner = waiting.lock();
+        if (!owner) return;
+        auto found = owner->done.find(id);
+        if (found == owner->done.end()) return;
+        auto done = std::move(found->second);
+        owner->done.erase(found);
+        done(std::move(result));
+    });
+}
+
+void Network::stop() {
+    stopping = true;
+    std::vector<Exchange*> pending;
+    for (auto& [id, exchange] : inFlight) pending.push_back(exchange);
+    for (Exchange* exchange : pending) {
+        exchange->stopTimer();
+        g_cancellable_cancel(exchange->cancellable);  // may free the exchange
+    }
+    soup_session_abort(session);
+    quitIfStopped();
+}
+
+LibsoupHttpClient::LibsoupHttpClient(std::optional<std::filesystem::path> caFile)
+    : waiting_(std::make_shared<Waiting>()), network_(std::make_unique<Network>()) {
+    network_->waiting = waiting_;
+    if (caFile) {
+        std::error_code ignored;
+        network_->caFile = std::filesystem::absolute(*caFile, ignored);
+    }
+    thread_ = g_thread_new("lxhf-http", runNetwork, network_.get());
+}
+
+LibsoupHttpClient::~LibsoupHttpClient() {
+    waiting_->done.clear();
+    runOn(network_->context, [network = network_.get()] { network->stop(); });
+    g_thread_join(thread_);
+}
+
+int LibsoupHttpClient::connectionCount() const { return network_->connections; }
+int LibsoupHttpClient::tlsHandshakeCount() const { return network_->tlsHandshakes; }
+
+void LibsoupHttpClient::send(HttpRequest request, std::function<void(HttpResult)> done) {
+    const std::uint64_t id = waiting_->nextId++;
+    waiting_->done.emplace(id, std::move(done));
+    // `done` never runs inside send(): even an early failure comes back as an answer.
+    runOn(network_->context, [network = network_.get(), id, request = std::move(request)]() mutable {
+        network->start(id, std::move(request));
+    });
 }
 
 }  // namespace lxhf

@@ -8,13 +8,17 @@
 
 #include "platform/HttpClient.h"
 
-typedef struct _SoupSession SoupSession;
+typedef struct _GThread GThread;
 
 namespace lxhf {
 
-// Owns one SoupSession (connections are kept alive and reused). Used on the
-// thread whose thread-default main context runs it; answers arrive there.
-// Destroying the client cancels what is in flight and no `done` runs after.
+// Owns one SoupSession (connections are kept alive and reused), run on a
+// thread of its own: opening a connection makes GLib's TLS backend read the
+// whole trust store again (about 9 ms), and reading a large answer takes
+// milliseconds too, which the caller's main context must not wait for.
+// Answers arrive on the context that was thread-default at construction;
+// use the client on that context's thread only. Destroying the client
+// cancels what is in flight, and no `done` runs after.
 class LibsoupHttpClient final : public HttpClient {
 public:
     // With a CA file, certificates are checked against it instead of the
@@ -30,18 +34,17 @@ public:
     int connectionCount() const;
     int tlsHandshakeCount() const;
 
-    struct Exchange;
-    struct Shared {
-        SoupSession* session = nullptr;
-        std::optional<std::string> setupError;
-        int connections = 0;
-        int tlsHandshakes = 0;
-        std::map<std::uint64_t, Exchange*> inFlight;
+    // The callbacks waiting for an answer; the caller's context only.
+    struct Waiting {
+        std::map<std::uint64_t, std::function<void(HttpResult)>> done;
         std::uint64_t nextId = 0;
     };
+    struct Network;
 
 private:
-    std::shared_ptr<Shared> shared_;
+    std::shared_ptr<Waiting> waiting_;
+    std::unique_ptr<Network> network_;
+    GThread* thread_ = nullptr;
 };
 
 }  // namespace lxhf

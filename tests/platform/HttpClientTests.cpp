@@ -2,6 +2,7 @@
 #include <libsoup/soup.h>
 
 #include <optional>
+#include <thread>
 
 #include "platform/LibsoupHttpClient.h"
 #include "support/MainLoop.h"
@@ -72,9 +73,11 @@ private:
 struct Outcome {
     std::optional<HttpResult> result;
     int calls = 0;
+    std::thread::id thread;
     std::function<void(HttpResult)> callback() {
         return [this](HttpResult r) {
             ++calls;
+            thread = std::this_thread::get_id();
             result.emplace(std::move(r));
         };
     }
@@ -115,6 +118,9 @@ TEST(LibsoupHttpClient, SendsTheRequestAndReturnsStatusHeadersAndBodyOverOneConn
     EXPECT_EQ(client.connectionCount(), 1);
     EXPECT_EQ(client.tlsHandshakeCount(), 0);
     EXPECT_EQ(first.calls + second.calls, 2);
+    // The session runs on a thread of its own; answers come back to the caller's.
+    EXPECT_EQ(first.thread, std::this_thread::get_id());
+    EXPECT_EQ(second.thread, std::this_thread::get_id());
 }
 
 TEST(LibsoupHttpClient, TimeoutIsPerRequestAndTransportFailuresAreDescribedErrors) {
@@ -163,6 +169,11 @@ TEST(LibsoupHttpClient, DestroyingTheClientCancelsEverythingInFlight) {
     ASSERT_TRUE(test::runMainLoopUntil([&] { return server.hits == 2; }));
     client->send(request("POST", "::bad::"), early.callback());
     client.reset();
+    // Gone before its thread has even started.
+    for (int i = 0; i < 10; ++i) {
+        LibsoupHttpClient quick;
+        quick.send(request("POST", server.url("/echo")), early.callback());
+    }
     test::runMainLoopFor(0.5);  // past the timeout that was pending
     EXPECT_EQ(hung.calls + early.calls + timed.calls, 0);
 }
