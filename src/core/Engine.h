@@ -22,7 +22,8 @@ struct EngineParts {
     MainQueue& queue;
     const Clock& clock;
     HttpClient& http;
-    CacheDirectory& cache;
+    // Shared with the background worker, which alone touches the disk.
+    std::shared_ptr<const CacheDirectory> cache;
     BackgroundQueue& background;
     LoggerSlot& log;
     SystemLog& systemLog;

@@ -38,7 +38,7 @@ struct LXHotelsFermoSDK::Impl {
         lxhf::EngineParts engineParts{*parts.queue,
                                       *parts.clock,
                                       *http,
-                                      *cache,
+                                      cache,
                                       *parts.background,
                                       *loggerSlot,
                                       *parts.systemLog,

@@ -7,7 +7,6 @@
 namespace lxhf {
 namespace {
 const std::string kStoreKey(kSessionStoreKey);
-constexpr std::string_view kStoreName = kSessionStoreName;
 constexpr std::size_t kMaximumSessionAnswerBytes = 64 * 1024;
 
 std::string newUuid() {
@@ -26,10 +25,10 @@ std::string currentLocale() {
     return locale == "C" || locale == "POSIX" || locale.empty() ? "en_US" : locale;
 }
 
-SessionManager::SessionManager(ServiceApi& api, const Clock& clock, CacheDirectory& cache,
+SessionManager::SessionManager(ServiceApi& api, const Clock& clock, std::shared_ptr<const CacheDirectory> cache,
                                BackgroundQueue& background, LoggerSlot& log, LoggerContext loggerContext,
                                LXEnvironmentType environment, Device device)
-    : api_(api), clock_(clock), cache_(cache), background_(background), log_(log),
+    : api_(api), clock_(clock), cache_(std::move(cache)), background_(background), log_(log),
       loggerContext_(std::move(loggerContext)),
       environment_(environment), device_(device) {}
 
@@ -53,27 +52,29 @@ void SessionManager::withStore(std::function<void()> then) {
     if (store_) return then();
     waitingForStore_.push_back(std::move(then));
     if (loading_) return;
-    auto file = sessionStoreFile(cache_, log_);
-    if (!file) {
-        emptyStore();
-        return storeLoaded(std::unique_ptr<SessionStore>{});
-    }
     loading_ = true;
     std::weak_ptr<SessionManager> weak = weak_from_this();
+    // Even finding the cache directory may wait on the disk.
     computeInBackground(
-        background_, [file = std::move(*file), dates = dateProviderOf(clock_)] { return readSessionStore(file, dates); },
-        [weak](LXResult<std::unique_ptr<SessionStore>, StoreError> loaded) {
-            if (auto self = weak.lock()) self->storeLoaded(std::move(loaded));
+        background_,
+        [cache = cache_, dates = dateProviderOf(clock_)]() -> StoreRead {
+            auto root = cache->path();
+            if (!root) return std::nullopt;
+            return readSessionStore(*root / kSessionStoreFile, dates);
+        },
+        [weak](StoreRead read) {
+            if (auto self = weak.lock()) self->storeLoaded(std::move(read));
         });
 }
 
-void SessionManager::storeLoaded(LXResult<std::unique_ptr<SessionStore>, StoreError> loaded) {
+void SessionManager::storeLoaded(StoreRead read) {
     loading_ = false;
+    if (!read) logWarn(log_, kUnexpectedCacheError);
     // A user change or termination while the file was read has emptied the
     // store already; what the file held no longer counts.
     if (!store_) {
-        if (!loaded) logError(log_, "Error accessing store");
-        else store_ = std::move(loaded.value());
+        if (read && !*read) logError(log_, "Error accessing store");
+        else if (read) store_ = std::move(read->value());
         if (!store_) emptyStore();
     }
     for (auto& then : std::exchange(waitingForStore_, {})) then();
@@ -162,21 +163,27 @@ void SessionManager::finishCreation(const std::optional<std::string>& askedFor,
     for (auto& done : waiting) done(id);
 }
 
-// Two fsyncs cost milliseconds, which no caller must wait for. The queue
-// keeps saves in the order they were asked for.
+// Two fsyncs cost milliseconds, and finding the directory may too, which no
+// caller must wait for. The queue keeps saves in the order they were asked for.
 void SessionManager::saveStoreInBackground(std::string_view failureMessage) {
-    auto form = store_->fileForm(kStoreName, cache_, log_);
-    if (!form) return logWarn(log_, failureMessage);
-    if (!form.value()) return;
+    auto text = store_->encode();
+    if (!text) return logWarn(log_, failureMessage);
+    enum class Saved { yes, noDirectory, failed };
     std::weak_ptr<SessionManager> weak = weak_from_this();
     // The warning belongs to the moment of saving: with no logger then, the
     // one made right after must not carry it.
     const bool loggerPresent = log_.get() != nullptr;
     computeInBackground(
-        background_, [form = std::move(*form.value())] { return writeWholeFileAtomically(form.file, form.text); },
-        [weak, loggerPresent, message = std::string(failureMessage)](std::optional<FileError> failed) {
+        background_,
+        [cache = cache_, text = std::move(text).value()] {
+            auto root = cache->path();
+            if (!root) return Saved::noDirectory;
+            return writeWholeFileAtomically(*root / kSessionStoreFile, text) ? Saved::failed : Saved::yes;
+        },
+        [weak, loggerPresent, message = std::string(failureMessage)](Saved saved) {
             auto self = weak.lock();
-            if (self && failed && loggerPresent) logWarn(self->log_, message);
+            if (!self || !loggerPresent || saved == Saved::yes) return;
+            logWarn(self->log_, saved == Saved::noDirectory ? kUnexpectedCacheError : std::string_view(message));
         });
 }
 

@@ -31,8 +31,9 @@ public:
         LXHardware type;
     };
 
-    SessionManager(ServiceApi& api, const Clock& clock, CacheDirectory& cache, BackgroundQueue& background,
-                   LoggerSlot& log, LoggerContext loggerContext, LXEnvironmentType environment, Device device);
+    SessionManager(ServiceApi& api, const Clock& clock, std::shared_ptr<const CacheDirectory> cache,
+                   BackgroundQueue& background, LoggerSlot& log, LoggerContext loggerContext,
+                   LXEnvironmentType environment, Device device);
 
     void currentSessionId(std::function<void(SessionIdResult)> done) override;
     std::optional<std::string> inMemorySessionId() const override;
@@ -55,9 +56,12 @@ private:
 
     LXSession& session();
     LXDevice newDevice() const;
+    // What the worker read; absent when there was no cache directory.
+    using StoreRead = std::optional<LXResult<std::unique_ptr<SessionStore>, StoreError>>;
+
     // Runs `then` once the store is loaded, loading it on `background` first.
     void withStore(std::function<void()> then);
-    void storeLoaded(LXResult<std::unique_ptr<SessionStore>, StoreError> loaded);
+    void storeLoaded(StoreRead read);
     SessionStore& emptyStore();
     void lookUpSession(std::function<void(SessionIdResult)> done);
     void createSession(const LXSessionInputs& inputs);
@@ -69,7 +73,7 @@ private:
 
     ServiceApi& api_;
     const Clock& clock_;
-    CacheDirectory& cache_;
+    std::shared_ptr<const CacheDirectory> cache_;
     BackgroundQueue& background_;
     LoggerSlot& log_;
     LoggerContext loggerContext_;

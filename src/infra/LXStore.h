@@ -38,6 +38,9 @@ struct StoreError {
     std::string description;
 };
 
+// Logged when there is no cache directory to read or write a store in.
+inline constexpr std::string_view kUnexpectedCacheError = "Unexpected cache error";
+
 // Key-value store whose entries expire `entryLifetime` seconds after they are
 // written, with a JSON file form. Owned by the engine; main context only.
 //
@@ -127,15 +130,6 @@ public:
     std::optional<StoreError> saveToDisk(std::string_view name, const CacheDirectory& directory,
                                          const LoggerSlot& logger);
 
-    // What saveToDisk would write, for a caller that writes it elsewhere.
-    // Absent without a cache directory, after the same log line; an error
-    // when the store cannot be encoded.
-    struct FileForm {
-        std::filesystem::path file;
-        std::string text;
-    };
-    LXResult<std::optional<FileForm>, StoreError> fileForm(std::string_view name, const CacheDirectory& directory,
-                                                           const LoggerSlot& logger);
 
 private:
     DateProvider dateProvider_;

@@ -11,8 +11,6 @@
 
 namespace lxhf {
 
-inline constexpr std::string_view kUnexpectedCacheError = "Unexpected cache error";
-
 template <class Key, class Value>
 LXResult<std::string, StoreError> LXStore<Key, Value>::encode() {
     std::vector<Entry> live;
@@ -37,25 +35,16 @@ LXResult<std::unique_ptr<LXStore<Key, Value>>, StoreError> LXStore<Key, Value>::
 }
 
 template <class Key, class Value>
-LXResult<std::optional<typename LXStore<Key, Value>::FileForm>, StoreError> LXStore<Key, Value>::fileForm(
-    std::string_view name, const CacheDirectory& directory, const LoggerSlot& logger) {
+std::optional<StoreError> LXStore<Key, Value>::saveToDisk(std::string_view name, const CacheDirectory& directory,
+                                                          const LoggerSlot& logger) {
     auto root = directory.path();
     if (!root) {
         logWarn(logger, kUnexpectedCacheError);
-        return std::optional<FileForm>();
+        return std::nullopt;
     }
     auto text = encode();
     if (!text) return text.error();
-    return std::optional(FileForm{*root / (std::string(name) + ".cache"), std::move(text).value()});
-}
-
-template <class Key, class Value>
-std::optional<StoreError> LXStore<Key, Value>::saveToDisk(std::string_view name, const CacheDirectory& directory,
-                                                          const LoggerSlot& logger) {
-    auto form = fileForm(name, directory, logger);
-    if (!form) return form.error();
-    if (!form.value()) return std::nullopt;
-    if (auto failed = writeWholeFileAtomically(form.value()->file, form.value()->text))
+    if (auto failed = writeWholeFileAtomically(*root / (std::string(name) + ".cache"), text.value()))
         return StoreError{failed->description};
     return std::nullopt;
 }

@@ -13,7 +13,8 @@ namespace lxhf {
 class CacheDirectory {
 public:
     virtual ~CacheDirectory() = default;
-    // Absent when the directory does not exist and cannot be made.
+    // Absent when the directory does not exist and cannot be made. Asked on
+    // the background worker, since making the directory waits on the disk.
     virtual std::optional<std::filesystem::path> path() const = 0;
 };
 

@@ -96,9 +96,7 @@ public:
         parts.device = std::make_shared<FakeDeviceInfo>();
         parts.systemLog = systemLog;
         parts.makeHttp = [this](const EndpointOverrides&) { return http; };
-        parts.makeCache = [this](const EndpointOverrides&) -> std::shared_ptr<CacheDirectory> {
-            return std::make_shared<FixedCacheDirectory>(dir.path());
-        };
+        parts.makeCache = [this](const EndpointOverrides&) -> std::shared_ptr<CacheDirectory> { return cache; };
         parts.makeMonitor = [this](const LXEnvironment&) -> std::unique_ptr<NetworkMonitor> {
             auto made = std::make_unique<ManualNetworkMonitor>(online_);
             monitor = made.get();
@@ -152,6 +150,7 @@ public:
     std::shared_ptr<RecordingSystemLog> systemLog = std::make_shared<RecordingSystemLog>();
     ManualNetworkMonitor* monitor = nullptr;
     TempDir dir;
+    std::shared_ptr<FixedCacheDirectory> cache = std::make_shared<FixedCacheDirectory>(dir.path());
     std::unique_ptr<LXHotelsFermoSDK> sdk;
     json::Encoder encoder{json::KeyEncoding::convertToSnakeCase};
 

@@ -109,15 +109,18 @@ TEST_F(SessionFile, IsReadAndWrittenOnlyOnTheWorkerAndEmptiedBeforeANewSessionIs
     h.queue->advance(Seconds{0.2});
     worker->runNext();  // the request's encoding; the lookup then asks for the file
     EXPECT_THAT(h.apiRequests(), IsEmpty()) << "the first lookup waits for the worker's read";
+    EXPECT_EQ(h.cache->asks, 0) << "even finding the directory is the worker's";
     worker->runNext();
     EXPECT_EQ(h.http->count("sessions"), 0u);
     EXPECT_EQ(headerValue(h.http->requestsTo("fermo_offers").at(0), "LX-Session-ID"), "S-stored");
     h.serveOffers();
     worker->runAll();
 
+    const int asked = h.cache->asks;
     h.sdk->updateUser("user-2");
     EXPECT_EQ(worker->waits, 0);
     EXPECT_EQ(storeText(h.dir), stored) << "nothing is written on the main context";
+    EXPECT_EQ(h.cache->asks, asked);
     h.queue->advance(Seconds{0.2});
     worker->runNext();
     EXPECT_EQ(storeText(h.dir), "[]");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <optional>
 
@@ -24,10 +25,16 @@ private:
 };
 
 // A cache directory fixed by the test: a path that exists, or none at all.
+// Counts how often it was asked for.
 class FixedCacheDirectory final : public CacheDirectory {
 public:
     explicit FixedCacheDirectory(std::optional<std::filesystem::path> path) : path_(std::move(path)) {}
-    std::optional<std::filesystem::path> path() const override { return path_; }
+    std::optional<std::filesystem::path> path() const override {
+        ++asks;
+        return path_;
+    }
+
+    mutable std::atomic<int> asks{0};
 
 private:
     std::optional<std::filesystem::path> path_;
