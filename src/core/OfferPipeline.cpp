@@ -31,6 +31,28 @@ std::size_t roomKeyHash(const LXBooking& booking, const LXHotel& hotel) {
     return h.value();
 }
 
+// For each room of the batch, the first response whose request room matches
+// it, as a scan would find it. Reads only immutable records, so it runs on
+// the worker, and the responses no room wanted are freed there too.
+std::vector<OfferBoard::SharedResponse> matchRooms(const LXRequestOffersBatch& batch,
+                                                   const std::vector<OfferBoard::SharedResponse>& responses) {
+    std::unordered_map<std::size_t, std::vector<std::size_t>> byRoom;
+    for (std::size_t i = 0; i < responses.size(); ++i)
+        byRoom[requestRoomHash(responses[i]->offer.room)].push_back(i);
+    std::vector<OfferBoard::SharedResponse> matches(batch.roomsDetails.size());
+    for (std::size_t r = 0; r < batch.roomsDetails.size(); ++r) {
+        const LXRoom& wanted = details(batch.roomsDetails[r]).room;
+        auto bucket = byRoom.find(requestRoomHash(wanted));
+        if (bucket == byRoom.end()) continue;
+        for (std::size_t i : bucket->second)
+            if (responses[i]->offer.room.matches(wanted)) {
+                matches[r] = responses[i];
+                break;
+            }
+    }
+    return matches;
+}
+
 LXOfferRequest requestFor(const LXRequestOffersBatch& batch) {
     LXOfferRequest request{batch.hotel, batch.booking, {}, kRequestType};
     request.rooms.reserve(batch.roomsDetails.size());
@@ -134,7 +156,8 @@ void OfferPipeline::fetchQueued() {
 void OfferPipeline::fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t index) {
     if (index >= fetch->batches->size()) return;
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    fetchOffers(fetch->bodies[index], [weak, fetch, index](Outcome outcome) {
+    SharedBatch batch(fetch->batches, &(*fetch->batches)[index]);
+    fetchOffers(std::move(batch), fetch->bodies[index], [weak, fetch, index](Outcome outcome) {
         auto self = weak.lock();
         if (!self) return;
         self->handle((*fetch->batches)[index], std::move(outcome));
@@ -142,14 +165,14 @@ void OfferPipeline::fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t i
     });
 }
 
-void OfferPipeline::fetchOffers(Body body, std::function<void(Outcome)> done) {
+void OfferPipeline::fetchOffers(SharedBatch batch, Body body, std::function<void(Outcome)> done) {
     auto url = api_.endpoint(api::kOffersPath);
     if (!url) {
         logWarn(log_, "unable to access fermoOffers API URL");
         return done(NoResult{});
     }
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    sessions_.currentSessionId([weak, url = std::move(*url), body = std::move(body),
+    sessions_.currentSessionId([weak, batch = std::move(batch), url = std::move(*url), body = std::move(body),
                                 done = std::move(done)](SessionIdResult session) mutable {
         auto self = weak.lock();
         if (!self) return;
@@ -161,24 +184,24 @@ void OfferPipeline::fetchOffers(Body body, std::function<void(Outcome)> done) {
             logWarn(self->log_, "Error encoding fetchOffers requestData:\n" + body.error().description());
             return done(NoResult{});
         }
-        self->sendOffers(url, body.value(), session.value(), std::move(done));
+        self->sendOffers(std::move(batch), url, body.value(), session.value(), std::move(done));
     });
 }
 
-void OfferPipeline::sendOffers(const std::string& url, const std::string& body, const std::string& sessionId,
-                               std::function<void(Outcome)> done) {
+void OfferPipeline::sendOffers(SharedBatch batch, const std::string& url, const std::string& body,
+                               const std::string& sessionId, std::function<void(Outcome)> done) {
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    api_.post(url, body, sessionId, [weak, done = std::move(done)](HttpResult result) mutable {
-        if (auto self = weak.lock()) self->readAnswer(std::move(result), std::move(done));
-    });
+    api_.post(url, body, sessionId,
+              [weak, batch = std::move(batch), done = std::move(done)](HttpResult result) mutable {
+                  if (auto self = weak.lock()) self->readAnswer(std::move(batch), std::move(result), std::move(done));
+              });
 }
 
-// A large answer takes milliseconds to decode, so the main context only
-// checks the status and headers and leaves the body to the background.
-// A large answer takes milliseconds to decode, so the main context only
-// checks the status and headers and leaves the body to the background,
-// which hands back finished, immutable responses.
-void OfferPipeline::readAnswer(HttpResult result, std::function<void(Outcome)> done) {
+// A large answer takes milliseconds to decode, and more to match against the
+// batch and to free what no room asked for, so the main context only checks
+// the status and headers and leaves the body to the background, which hands
+// back, per room of the batch, its finished, immutable response.
+void OfferPipeline::readAnswer(SharedBatch batch, HttpResult result, std::function<void(Outcome)> done) {
     if (!result) return done(makeError("fetchOffers URLRequest error: " + result.error().description));
     HttpResponse& response = result.value();
     if (response.status != api::kCreated) return done(makeError("fetchOffers statusCode error", response.status));
@@ -187,25 +210,26 @@ void OfferPipeline::readAnswer(HttpResult result, std::function<void(Outcome)> d
     auto flags = decodeExperiments(response.header(api::kExperimentsHeader), malformedExperiments);
     if (malformedExperiments) logError(log_, "Error decoding lx-experiments");
     struct Decoded {
-        Responses responses;
+        Matches matches;
         std::optional<std::string> error;
     };
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     computeInBackground(
         background_,
-        [decoder = api_.decoder(), body = std::move(response.body), region = response.header(api::kClientRegionHeader),
+        [batch = std::move(batch), decoder = api_.decoder(), body = std::move(response.body),
+         region = response.header(api::kClientRegionHeader),
          // A missing or unreadable header still gives every response a map, empty.
          flags = flags.value_or(FeatureFlags{})] {
             auto decoded = decoder.decode<std::vector<LXOfferResponse>>(body);
             if (!decoded) return Decoded{{}, decoded.error().description()};
-            Decoded finished;
-            finished.responses.reserve(decoded.value().size());
+            std::vector<OfferBoard::SharedResponse> responses;
+            responses.reserve(decoded.value().size());
             for (auto& r : decoded.value()) {
                 r.clientRegion = region;
                 r.featureFlags = flags;
-                finished.responses.push_back(std::make_shared<const LXOfferResponse>(std::move(r)));
+                responses.push_back(std::make_shared<const LXOfferResponse>(std::move(r)));
             }
-            return finished;
+            return Decoded{matchRooms(*batch, responses), std::nullopt};
         },
         [weak, done = std::move(done)](Decoded decoded) {
             auto self = weak.lock();
@@ -214,7 +238,7 @@ void OfferPipeline::readAnswer(HttpResult result, std::function<void(Outcome)> d
                 logError(self->log_, "Error decoding responseData:\n" + *decoded.error);
                 return done(NoResult{});
             }
-            done(std::move(decoded.responses));
+            done(std::move(decoded.matches));
         });
 }
 
@@ -226,27 +250,14 @@ void OfferPipeline::handle(const LXRequestOffersBatch& batch, Outcome outcome) {
         if (error->code()) message += "\ncode: " + std::to_string(*error->code());
         logError(log_, message);
     } else {
-        applyAnswer(batch, std::get<Responses>(outcome));
+        applyAnswer(batch, std::get<Matches>(outcome));
     }
 }
 
-void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, const Responses& responses) {
-    std::unordered_map<std::size_t, std::vector<std::size_t>> byRoom;
-    for (std::size_t i = 0; i < responses.size(); ++i)
-        byRoom[requestRoomHash(responses[i]->offer.room)].push_back(i);
-
-    for (const auto& room : batch.roomsDetails) {
-        const LXRoom& wanted = details(room).room;
-        const OfferBoard::SharedResponse* match = nullptr;
-        if (auto bucket = byRoom.find(requestRoomHash(wanted)); bucket != byRoom.end()) {
-            for (std::size_t i : bucket->second)
-                if (responses[i]->offer.room.matches(wanted)) {
-                    match = &responses[i];
-                    break;
-                }
-        }
-        if (match) updateCache(*match);
-        else setErrorState(room);
+void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, const Matches& matches) {
+    for (std::size_t r = 0; r < batch.roomsDetails.size(); ++r) {
+        if (matches[r]) updateCache(matches[r]);
+        else setErrorState(batch.roomsDetails[r]);
     }
     dropBatchesHolding(batch, batch.roomsDetails);
     board_.publishIfChanged();

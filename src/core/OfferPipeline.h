@@ -22,8 +22,9 @@ namespace lxhf {
 // Turns rooms into loading entries, batches them by booking and hotel, and
 // after a 0.2 s quiet period fetches one offer request per batch, in turn,
 // writing each room's state back in place. Main context only, except that
-// requests are encoded and answers decoded on `background`; its callbacks
-// hold it weakly and do nothing once the engine is gone.
+// requests are encoded and answers decoded and matched to rooms on
+// `background`; its callbacks hold it weakly and do nothing once the engine
+// is gone.
 class OfferPipeline : public std::enable_shared_from_this<OfferPipeline> {
 public:
     OfferPipeline(OfferBoard& board, SessionSource& sessions, ServiceApi& api, MainQueue& queue,
@@ -40,8 +41,10 @@ public:
 
 private:
     struct NoResult {};
-    using Responses = std::vector<OfferBoard::SharedResponse>;
-    using Outcome = std::variant<NoResult, LXErrorInfo, Responses>;
+    // One per room of the batch, in its order; null where the answer had none.
+    using Matches = std::vector<OfferBoard::SharedResponse>;
+    using Outcome = std::variant<NoResult, LXErrorInfo, Matches>;
+    using SharedBatch = std::shared_ptr<const LXRequestOffersBatch>;
     // The queue as it stood when the debouncer fired, with each batch's
     // request body.
     using Body = LXResult<std::string, json::EncodingError>;
@@ -52,12 +55,12 @@ private:
 
     void fetchQueued();
     void fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t index);
-    void fetchOffers(Body body, std::function<void(Outcome)> done);
-    void sendOffers(const std::string& url, const std::string& body, const std::string& sessionId,
+    void fetchOffers(SharedBatch batch, Body body, std::function<void(Outcome)> done);
+    void sendOffers(SharedBatch batch, const std::string& url, const std::string& body, const std::string& sessionId,
                     std::function<void(Outcome)> done);
-    void readAnswer(HttpResult result, std::function<void(Outcome)> done);
+    void readAnswer(SharedBatch batch, HttpResult result, std::function<void(Outcome)> done);
     void handle(const LXRequestOffersBatch& batch, Outcome outcome);
-    void applyAnswer(const LXRequestOffersBatch& batch, const Responses& responses);
+    void applyAnswer(const LXRequestOffersBatch& batch, const Matches& matches);
     void dropBatchesHolding(const LXRequestOffersBatch& answered, const std::vector<LXRoomDetails>& rooms);
     void updateCache(const OfferBoard::SharedResponse& response);
     void setErrorState(const LXRoomDetails& room);
