@@ -14,6 +14,7 @@ std::shared_ptr<LXCorvaneInternal> LXCorvaneInternal::create(OfferBoard& board, 
     auto engine = std::make_shared<LXCorvaneInternal>(board, std::move(parts), std::move(token),
                                                       std::move(environment), device);
     engine->startMonitor();
+    engine->sessions_->loadStoreAhead();
     return engine;
 }
 

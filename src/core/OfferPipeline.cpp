@@ -13,6 +13,8 @@ namespace {
 
 constexpr Seconds kOffersDelay{0.2};
 constexpr const char* kRequestType = "create_rooms_deposit_offer";
+// About forty offers: a quarter of a millisecond to decode on this context.
+constexpr std::size_t kDecodeInPlaceBytes = 32 * 1024;
 
 LXFermoOfferState stateFor(LXOfferResponseType type) {
     switch (type) {
@@ -200,7 +202,9 @@ void OfferPipeline::sendOffers(SharedBatch batch, const std::string& url, const 
 // A large answer takes milliseconds to decode, and more to match against the
 // batch and to free what no room asked for, so the main context only checks
 // the status and headers and leaves the body to the background, which hands
-// back, per room of the batch, its finished, immutable response.
+// back, per room of the batch, its finished, immutable response. A small one
+// is decoded here: the round trip to the worker, which may be busy with a
+// file's fsyncs, would cost more than the work.
 void OfferPipeline::readAnswer(SharedBatch batch, HttpResult result, std::function<void(Outcome)> done) {
     if (!result) return done(makeError("fetchOffers URLRequest error: " + result.error().description));
     HttpResponse& response = result.value();
@@ -209,37 +213,35 @@ void OfferPipeline::readAnswer(SharedBatch batch, HttpResult result, std::functi
     bool malformedExperiments = false;
     auto flags = decodeExperiments(response.header(api::kExperimentsHeader), malformedExperiments);
     if (malformedExperiments) logError(log_, "Error decoding lx-experiments");
-    struct Decoded {
-        Matches matches;
-        std::optional<std::string> error;
+    const bool decodeHere = response.body.size() <= kDecodeInPlaceBytes;
+    auto decode = [batch = std::move(batch), decoder = api_.decoder(), body = std::move(response.body),
+                   region = response.header(api::kClientRegionHeader),
+                   // A missing or unreadable header still gives every response a map, empty.
+                   flags = flags.value_or(FeatureFlags{})] {
+        auto decoded = decoder.decode<std::vector<LXOfferResponse>>(body);
+        if (!decoded) return Decoded{{}, decoded.error().description()};
+        std::vector<OfferBoard::SharedResponse> responses;
+        responses.reserve(decoded.value().size());
+        for (auto& r : decoded.value()) {
+            r.clientRegion = region;
+            r.featureFlags = flags;
+            responses.push_back(std::make_shared<const LXOfferResponse>(std::move(r)));
+        }
+        return Decoded{matchRooms(*batch, responses), std::nullopt};
     };
+    if (decodeHere) return finishReading(decode(), std::move(done));
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    computeInBackground(
-        background_,
-        [batch = std::move(batch), decoder = api_.decoder(), body = std::move(response.body),
-         region = response.header(api::kClientRegionHeader),
-         // A missing or unreadable header still gives every response a map, empty.
-         flags = flags.value_or(FeatureFlags{})] {
-            auto decoded = decoder.decode<std::vector<LXOfferResponse>>(body);
-            if (!decoded) return Decoded{{}, decoded.error().description()};
-            std::vector<OfferBoard::SharedResponse> responses;
-            responses.reserve(decoded.value().size());
-            for (auto& r : decoded.value()) {
-                r.clientRegion = region;
-                r.featureFlags = flags;
-                responses.push_back(std::make_shared<const LXOfferResponse>(std::move(r)));
-            }
-            return Decoded{matchRooms(*batch, responses), std::nullopt};
-        },
-        [weak, done = std::move(done)](Decoded decoded) {
-            auto self = weak.lock();
-            if (!self) return;
-            if (decoded.error) {
-                logError(self->log_, "Error decoding responseData:\n" + *decoded.error);
-                return done(NoResult{});
-            }
-            done(std::move(decoded.matches));
-        });
+    computeInBackground(background_, std::move(decode), [weak, done = std::move(done)](Decoded decoded) mutable {
+        if (auto self = weak.lock()) self->finishReading(std::move(decoded), std::move(done));
+    });
+}
+
+void OfferPipeline::finishReading(Decoded decoded, std::function<void(Outcome)> done) {
+    if (decoded.error) {
+        logError(log_, "Error decoding responseData:\n" + *decoded.error);
+        return done(NoResult{});
+    }
+    done(std::move(decoded.matches));
 }
 
 void OfferPipeline::handle(const LXRequestOffersBatch& batch, Outcome outcome) {

@@ -59,6 +59,11 @@ private:
     void sendOffers(SharedBatch batch, const std::string& url, const std::string& body, const std::string& sessionId,
                     std::function<void(Outcome)> done);
     void readAnswer(SharedBatch batch, HttpResult result, std::function<void(Outcome)> done);
+    struct Decoded {
+        Matches matches;
+        std::optional<std::string> error;
+    };
+    void finishReading(Decoded decoded, std::function<void(Outcome)> done);
     void handle(const LXRequestOffersBatch& batch, Outcome outcome);
     void applyAnswer(const LXRequestOffersBatch& batch, const Matches& matches);
     void dropBatchesHolding(const LXRequestOffersBatch& answered, const std::vector<LXRoomDetails>& rooms);

@@ -80,6 +80,10 @@ void SessionManager::storeLoaded(StoreRead read) {
     for (auto& then : std::exchange(waitingForStore_, {})) then();
 }
 
+void SessionManager::loadStoreAhead() {
+    withStore([] {});
+}
+
 void SessionManager::currentSessionId(std::function<void(SessionIdResult)> done) {
     withStore([this, done = std::move(done)]() mutable { lookUpSession(std::move(done)); });
 }

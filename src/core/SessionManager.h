@@ -35,6 +35,9 @@ public:
                    BackgroundQueue& background, LoggerSlot& log, LoggerContext loggerContext,
                    LXEnvironmentType environment, Device device);
 
+    // Starts reading the session file, so the first fetch, 0.2 s later, finds
+    // it read.
+    void loadStoreAhead();
     void currentSessionId(std::function<void(SessionIdResult)> done) override;
     std::optional<std::string> inMemorySessionId() const override;
 

@@ -106,11 +106,11 @@ protected:
 
 TEST_F(SessionFile, IsReadAndWrittenOnlyOnTheWorkerAndEmptiedBeforeANewSessionIsWritten) {
     h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});
-    h.queue->advance(Seconds{0.2});
-    worker->runNext();  // the request's encoding; the lookup then asks for the file
-    EXPECT_THAT(h.apiRequests(), IsEmpty()) << "the first lookup waits for the worker's read";
     EXPECT_EQ(h.cache->asks, 0) << "even finding the directory is the worker's";
+    ASSERT_EQ(worker->pending(), 1u) << "the file is read ahead, while the debounce waits";
+    h.queue->advance(Seconds{0.2});
     worker->runNext();
+    worker->runNext();  // the request's encoding
     EXPECT_EQ(h.http->count("sessions"), 0u);
     EXPECT_EQ(headerValue(h.http->requestsTo("fermo_offers").at(0), "LX-Session-ID"), "S-stored");
     h.serveOffers();
@@ -132,9 +132,7 @@ TEST_F(SessionFile, IsReadAndWrittenOnlyOnTheWorkerAndEmptiedBeforeANewSessionIs
 }
 
 TEST_F(SessionFile, AUserChangeWhileTheFileIsReadDiscardsWhatItHeld) {
-    h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});
-    h.queue->advance(Seconds{0.2});
-    worker->runNext();  // the lookup asks for the file
+    h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});  // the file is read ahead
     h.sdk->updateUser("user-2");
     worker->runAll();  // the read finishes after the change, then the emptying
     h.queue->advance(Seconds{0.2});
