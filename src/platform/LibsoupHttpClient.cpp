@@ -12,6 +12,7 @@ namespace lxhf {
 namespace {
 
 constexpr const char* timedOutDescription = "The request timed out.";
+constexpr gsize kReadChunkBytes = 64 * 1024;
 
 bool isHeaderTextValid(const std::string& text, bool isName) {
     if (isName && text.empty()) return false;
@@ -48,6 +49,7 @@ struct LibsoupHttpClient::Network {
     GMainContext* callerContext = g_main_context_ref_thread_default();
     std::weak_ptr<Waiting> waiting;
     std::optional<std::filesystem::path> caFile;
+    std::size_t maximumBodyBytes = 0;
     std::atomic<int> connections{0};
     std::atomic<int> tlsHandshakes{0};
 
@@ -85,6 +87,8 @@ struct Exchange {
     GSource* timer = nullptr;
     gulong networkEventHandler = 0;
     bool timedOut = false;
+    GInputStream* stream = nullptr;
+    std::string body;
 
     ~Exchange() {
         stopTimer();
@@ -92,6 +96,7 @@ struct Exchange {
             if (networkEventHandler != 0) g_signal_handler_disconnect(message, networkEventHandler);
             g_object_unref(message);
         }
+        if (stream != nullptr) g_object_unref(stream);
         g_object_unref(cancellable);
     }
 
@@ -117,7 +122,7 @@ gboolean onTimeout(gpointer data) {
     return G_SOURCE_REMOVE;
 }
 
-HttpResponse responseOf(SoupMessage* message, GBytes* body) {
+HttpResponse responseOf(SoupMessage* message, std::string body) {
     HttpResponse response;
     response.status = static_cast<int>(soup_message_get_status(message));
     soup_message_headers_foreach(
@@ -126,32 +131,67 @@ HttpResponse responseOf(SoupMessage* message, GBytes* body) {
             static_cast<HttpHeaders*>(headers)->emplace_back(name, value);
         },
         &response.headers);
-    if (body != nullptr) {
-        gsize size = 0;
-        const auto* bytes = static_cast<const char*>(g_bytes_get_data(body, &size));
-        if (bytes != nullptr) response.body.assign(bytes, size);
-    }
+    response.body = std::move(body);
     return response;
 }
 
-void onSent(GObject* session, GAsyncResult* result, gpointer data) {
-    std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(data));
+std::string tooLargeDescription(std::size_t limit) {
+    return "The answer is larger than " + std::to_string(limit) + " bytes.";
+}
+
+// Ends the exchange with `result`, or with the failure `error` describes.
+void finish(std::unique_ptr<Exchange> exchange, std::optional<HttpResult> result, GError* error) {
     Network& network = exchange->network;
-    GError* error = nullptr;
-    GBytes* body = soup_session_send_and_read_finish(SOUP_SESSION(session), result, &error);
     exchange->stopTimer();
     network.inFlight.erase(exchange->id);
     if (!network.stopping) {
-        if (error != nullptr) {
-            network.answer(exchange->id, TransportError{exchange->timedOut ? timedOutDescription : error->message});
-        } else {
-            network.answer(exchange->id, responseOf(exchange->message, body));
-        }
+        if (error != nullptr)
+            result = TransportError{exchange->timedOut ? timedOutDescription : error->message};
+        network.answer(exchange->id, std::move(*result));
     }
     if (error != nullptr) g_error_free(error);
-    if (body != nullptr) g_bytes_unref(body);
     exchange.reset();
     network.quitIfStopped();
+}
+
+void readMore(std::unique_ptr<Exchange> exchange);
+
+void onRead(GObject* stream, GAsyncResult* result, gpointer data) {
+    std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(data));
+    GError* error = nullptr;
+    GBytes* chunk = g_input_stream_read_bytes_finish(G_INPUT_STREAM(stream), result, &error);
+    if (chunk == nullptr) return finish(std::move(exchange), std::nullopt, error);
+    gsize size = 0;
+    const auto* bytes = static_cast<const char*>(g_bytes_get_data(chunk, &size));
+    if (size > 0) exchange->body.append(bytes, size);
+    g_bytes_unref(chunk);
+    const std::size_t limit = exchange->network.maximumBodyBytes;
+    if (exchange->body.size() > limit) return finish(std::move(exchange), TransportError{tooLargeDescription(limit)}, nullptr);
+    if (size > 0) return readMore(std::move(exchange));
+    auto response = responseOf(exchange->message, std::move(exchange->body));
+    finish(std::move(exchange), std::move(response), nullptr);
+}
+
+void readMore(std::unique_ptr<Exchange> exchange) {
+    GInputStream* stream = exchange->stream;
+    GCancellable* cancellable = exchange->cancellable;
+    g_input_stream_read_bytes_async(stream, kReadChunkBytes, G_PRIORITY_DEFAULT, cancellable, onRead,
+                                    exchange.release());
+}
+
+// The body is read piece by piece, so an answer that never ends costs at
+// most the limit in memory.
+void onSent(GObject* session, GAsyncResult* result, gpointer data) {
+    std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(data));
+    GError* error = nullptr;
+    exchange->stream = soup_session_send_finish(SOUP_SESSION(session), result, &error);
+    if (exchange->stream == nullptr) return finish(std::move(exchange), std::nullopt, error);
+    const std::size_t limit = exchange->network.maximumBodyBytes;
+    const goffset announced =
+        soup_message_headers_get_content_length(soup_message_get_response_headers(exchange->message));
+    if (announced > 0 && std::uint64_t(announced) > limit)
+        return finish(std::move(exchange), TransportError{tooLargeDescription(limit)}, nullptr);
+    readMore(std::move(exchange));
 }
 
 gpointer runNetwork(gpointer data) {
@@ -192,7 +232,7 @@ void Network::open() {
 
 void Network::start(std::uint64_t id, HttpRequest request) {
     if (stopping) return;
-    std::unique_ptr<Exchange> exchange(new Exchange{*this, id});
+    std::unique_ptr<Exchange> exchange(new Exchange{*this, id, {}});
     std::optional<std::string> failure = setupError;
     if (!failure) {
         exchange->message = soup_message_new(request.method.c_str(), request.url.c_str());
@@ -232,7 +272,7 @@ void Network::start(std::uint64_t id, HttpRequest request) {
     inFlight.emplace(id, exchange.get());
     SoupMessage* message = exchange->message;
     GCancellable* cancellable = exchange->cancellable;
-    soup_session_send_and_read_async(session, message, G_PRIORITY_DEFAULT, cancellable, onSent, exchange.release());
+    soup_session_send_async(session, message, G_PRIORITY_DEFAULT, cancellable, onSent, exchange.release());
 }
 
 // The answer crosses to the caller's context; the caller may be gone by then.
@@ -260,9 +300,10 @@ void Network::stop() {
     quitIfStopped();
 }
 
-LibsoupHttpClient::LibsoupHttpClient(std::optional<std::filesystem::path> caFile)
+LibsoupHttpClient::LibsoupHttpClient(std::optional<std::filesystem::path> caFile, std::size_t maximumBodyBytes)
     : waiting_(std::make_shared<Waiting>()), network_(std::make_unique<Network>()) {
     network_->waiting = waiting_;
+    network_->maximumBodyBytes = maximumBodyBytes;
     if (caFile) {
         std::error_code ignored;
         network_->caFile = std::filesystem::absolute(*caFile, ignored);

@@ -22,8 +22,11 @@ namespace lxhf {
 class LibsoupHttpClient final : public HttpClient {
 public:
     // With a CA file, certificates are checked against it instead of the
-    // system store; verification is never switched off.
-    explicit LibsoupHttpClient(std::optional<std::filesystem::path> caFile = std::nullopt);
+    // system store; verification is never switched off. An answer whose body
+    // is longer than `maximumBodyBytes` fails as a transfer error.
+    static constexpr std::size_t kDefaultMaximumBodyBytes = 64 * 1024 * 1024;
+    explicit LibsoupHttpClient(std::optional<std::filesystem::path> caFile = std::nullopt,
+                               std::size_t maximumBodyBytes = kDefaultMaximumBodyBytes);
     ~LibsoupHttpClient() override;
     LibsoupHttpClient(const LibsoupHttpClient&) = delete;
     LibsoupHttpClient& operator=(const LibsoupHttpClient&) = delete;

@@ -59,6 +59,12 @@ private:
                 soup_server_message_unpause(slow);
                 return G_SOURCE_REMOVE;
             }, message);
+        } else if (route == "/sized" || route == "/chunked") {
+            if (route == "/chunked") soup_message_headers_set_encoding(headers, SOUP_ENCODING_CHUNKED);
+            const std::string big(5000, 'x');
+            soup_server_message_set_status(message, 201, nullptr);
+            soup_server_message_set_response(message, "text/plain", SOUP_MEMORY_COPY, big.data(), big.size());
+            soup_message_body_complete(soup_server_message_get_response_body(message));
         } else if (route == "/drop") {
             GIOStream* stream = soup_server_message_steal_connection(message);
             g_io_stream_close(stream, nullptr, nullptr);
@@ -158,6 +164,19 @@ TEST(LibsoupHttpClient, TimeoutIsPerRequestAndTransportFailuresAreDescribedError
     EXPECT_NE(refused.failure().find("refused"), std::string::npos) << refused.failure();
     EXPECT_NE(invalidUrl.failure().find("not a url at all"), std::string::npos);
     EXPECT_EQ(server.hits, 1);  // the bad header never left the client
+
+    // An answer longer than the limit is a failure, announced or not.
+    LibsoupHttpClient capped(std::nullopt, 4999);
+    Outcome sized, chunked, fits;
+    capped.send(request("POST", server.url("/sized")), sized.callback());
+    capped.send(request("POST", server.url("/chunked")), chunked.callback());
+    LibsoupHttpClient roomy(std::nullopt, 5000);
+    roomy.send(request("POST", server.url("/chunked")), fits.callback());
+    ASSERT_TRUE(test::runMainLoopUntil([&] { return sized.arrived() && chunked.arrived() && fits.arrived(); }));
+    EXPECT_EQ(sized.failure(), "The answer is larger than 4999 bytes.");
+    EXPECT_EQ(chunked.failure(), "The answer is larger than 4999 bytes.");
+    ASSERT_TRUE(fits.result->ok()) << fits.failure();
+    EXPECT_EQ((*fits.result)->body.size(), 5000u);
 }
 
 TEST(LibsoupHttpClient, DestroyingTheClientCancelsEverythingInFlight) {
