@@ -275,9 +275,7 @@ TEST_F(FermoService, FaultsChangeStatusBodyHeadersTimingAndConnectionForTheirCou
     const Reply boom = postOffers(session, json::parse(offers));
     EXPECT_EQ(boom.status, 500);
     EXPECT_EQ(boom.json(), json({{"reason", "boom"}}));
-    const Reply cut = client->send("POST", api("sessions"), bearer(), inputs);
-    EXPECT_EQ(cut.status, 201);
-    EXPECT_EQ(cut.body.size(), 3u);
+    EXPECT_FALSE(client->send("POST", api("sessions"), bearer(), inputs).error.empty());  // cut after 3 bytes
     EXPECT_EQ(client->send("POST", api("sessions"), bearer(), inputs).status, 201);
     EXPECT_EQ(postOffers(session, json::parse(offers)).status, 201);
     EXPECT_EQ(client->send("POST", api("events/batch"), bearer(), events).status, 201);

@@ -90,7 +90,8 @@ void sendCut(SoupServerMessage* msg, const Answer& answer, std::size_t keep) {
                        soup_status_get_phrase(static_cast<guint>(answer.status)) + "\r\n";
     if (!answer.contentType.empty()) text += "Content-Type: " + answer.contentType + "\r\n";
     for (const auto& [name, value] : answer.headers) text += name + ": " + value + "\r\n";
-    text += "Content-Length: " + std::to_string(answer.body.size()) + "\r\nConnection: close\r\n\r\n";
+    // No "Connection: close": with it, libsoup takes the close for the end of the body.
+    text += "Content-Length: " + std::to_string(answer.body.size()) + "\r\n\r\n";
     text.append(answer.body, 0, std::min(keep, answer.body.size()));
     g_output_stream_write_all(g_io_stream_get_output_stream(stream), text.data(), text.size(), nullptr, nullptr,
                               nullptr);
