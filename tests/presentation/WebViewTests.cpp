@@ -73,6 +73,7 @@ protected:
     }
     void TearDown() override {
         if (!hasDisplay) return;
+        service->clearFaults();
         if (window && !closed) gtk_window_destroy(window);
         gtk_window_destroy(host);
         runMainLoopFor(0.1);
@@ -80,9 +81,12 @@ protected:
     }
 
     void open(const std::optional<std::string>& script, LXPurchasePageOptions options = {}) {
+        openAt(script ? std::optional(service->micrositeBase() + "?lxtest=" + *script) : std::nullopt, options);
+    }
+    void openAt(const std::optional<std::string>& url, LXPurchasePageOptions options = {}) {
         ui::PurchaseWindowSetup setup;
         setup.host = host;
-        if (script) setup.url = service->micrositeBase() + "?lxtest=" + *script;
+        setup.url = url;
         setup.purchaseCallback = [this](const LXFermoPurchaseResult& r) { results.push_back(describe(r)); };
         setup.onClosed = [this] { closed = true; };
         setup.log = [this](const LogLine& line) { logs.push_back(line); };
@@ -101,6 +105,26 @@ protected:
         return runMainLoopUntil([&] { return closed || !page().spinnerSpinning(); }, kPageTimeout) && !closed;
     }
     bool waitUntilClosed() { return runMainLoopUntil([&] { return closed; }, kPageTimeout); }
+    // The page went, and nothing else arrives after the one error.
+    void expectOneError(const std::string& message) {
+        ASSERT_TRUE(waitUntilClosed()) << message;
+        runMainLoopFor(0.2);
+        EXPECT_THAT(results, ElementsAre("error: " + message));
+    }
+    // Runs `cause` and waits for `signal` of the page's web view, which must
+    // return nothing or FALSE.
+    bool waitForSignal(const char* signal, const std::function<void()>& cause = {}) {
+        bool seen = false;
+        const gulong id = g_signal_connect_swapped(page().webView(), signal, G_CALLBACK(+[](bool* flag) -> gboolean {
+                                                       *flag = true;
+                                                       return FALSE;
+                                                   }),
+                                                   &seen);
+        if (cause) cause();
+        const bool ok = runMainLoopUntil([&] { return seen; }, kPageTimeout);
+        g_signal_handler_disconnect(page().webView(), id);
+        return ok;
+    }
 
     static inline bool hasDisplay = false;
     static inline testing::FermoTestService* service = nullptr;
@@ -174,9 +198,7 @@ TEST_F(PurchasePage, TheServiceCertificateIsTrustedThroughTheGivenAuthorityOnly)
     for (const std::optional<std::string>& wrong : {std::optional(other.caFile()), std::optional<std::string>()}) {
         caFile = wrong;
         open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
-        ASSERT_TRUE(waitUntilClosed());
-        ASSERT_EQ(results.size(), 1u);
-        EXPECT_THAT(results[0], ::testing::StartsWith("error: Unable to load the purchase page: "));
+        expectOneError("Unable to load the purchase page: its certificate is not trusted");
     }
     caFile = service->caFile();
     open("ready");
@@ -210,30 +232,57 @@ TEST_F(PurchasePage, PagesAHostPresentsLogThroughTheSharedLogger) {
     EXPECT_THAT(results, IsEmpty());
 }
 
-TEST_F(PurchasePage, LoadFailuresAndSilentPagesAreErrorsOnlyWhenAskedFor) {
-    open("fail");
-    bool failed = false;
-    g_signal_connect(page().webView(), "load-failed",
-                     G_CALLBACK(+[](WebKitWebView*, WebKitLoadEvent, char*, GError*, gpointer flag) -> gboolean {
-                         *static_cast<bool*>(flag) = true;
-                         return FALSE;
-                     }),
-                     &failed);
-    ASSERT_TRUE(runMainLoopUntil([&] { return failed; }, kPageTimeout));
+TEST_F(PurchasePage, APageTheConnectionNeverYieldsIsOneErrorOnlyWhenAskedFor) {
+    const std::string unresolvable = "https://purchase.lxhf.invalid/cloud/hotels/purchase";
+    openAt(unresolvable);
+    ASSERT_TRUE(waitForSignal("load-failed"));
     runMainLoopFor(0.3);
     EXPECT_TRUE(page().spinnerSpinning());
     EXPECT_THAT(results, IsEmpty());
     EXPECT_FALSE(closed);
-    g_signal_handlers_disconnect_by_data(page().webView(), &failed);
 
-    open("fail", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
-    ASSERT_TRUE(waitUntilClosed());
-    ASSERT_EQ(results.size(), 1u);
-    EXPECT_THAT(results[0], ::testing::StartsWith("error: Unable to load the purchase page: "));
+    // Bound but not listening: a port nobody answers on, held for the test.
+    g_autoptr(GSocket) refusing =
+        g_socket_new(G_SOCKET_FAMILY_IPV4, G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP, nullptr);
+    g_autoptr(GInetAddress) loopback = g_inet_address_new_loopback(G_SOCKET_FAMILY_IPV4);
+    g_autoptr(GSocketAddress) anyPort = g_inet_socket_address_new(loopback, 0);
+    ASSERT_TRUE(g_socket_bind(refusing, anyPort, FALSE, nullptr));
+    g_autoptr(GSocketAddress) bound = g_socket_get_local_address(refusing, nullptr);
+    const std::string refused = "https://127.0.0.1:" +
+                                std::to_string(g_inet_socket_address_get_port(G_INET_SOCKET_ADDRESS(bound))) +
+                                "/cloud/hotels/purchase";
+    const std::pair<std::string, std::string> cases[] = {
+        {unresolvable, "Unable to load the purchase page: the host name could not be resolved"},
+        {refused, "Unable to load the purchase page: the connection was refused"},
+        {service->micrositeBase() + "?lxtest=fail",
+         "Unable to load the purchase page: the connection closed before the whole page arrived"},
+    };
+    for (const auto& [url, message] : cases) {
+        openAt(url, {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+        expectOneError(message);
+    }
+}
 
-    open("never-ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 1.5});
-    ASSERT_TRUE(waitUntilClosed());
-    EXPECT_THAT(results, ElementsAre("error: The purchase page was not ready within 1.5 seconds"));
+TEST_F(PurchasePage, AServiceThatAnswersBadlyIsOneErrorOnlyWhenAskedFor) {
+    const std::string purchasePage = "/cloud/hotels/purchase";
+    service->setFault(purchasePage, {.status = 503, .count = 1});
+    open("ready");
+    ASSERT_TRUE(waitUntilReady());
+    runMainLoopFor(0.2);
+    EXPECT_THAT(results, IsEmpty());
+
+    // The page's own "error" after the failing status is not a second result.
+    service->setFault(purchasePage, {.status = 503, .count = 1});
+    open("error", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+    expectOneError("Unable to load the purchase page: the service answered with HTTP status 503");
+
+    service->setFault(purchasePage, {.truncate = 300, .count = 1});
+    open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+    expectOneError("Unable to load the purchase page: the connection closed before the whole page arrived");
+
+    service->setFault(purchasePage, {.delaySeconds = 5, .count = 1});
+    open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 1.5});
+    expectOneError("The purchase page was not ready within 1.5 seconds");
 
     const gint64 opened = g_get_monotonic_time();  // a page that gets ready in time outlives the deadline
     open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 4});
@@ -241,6 +290,42 @@ TEST_F(PurchasePage, LoadFailuresAndSilentPagesAreErrorsOnlyWhenAskedFor) {
     runMainLoopFor(4.5 - static_cast<double>(g_get_monotonic_time() - opened) / 1e6);
     EXPECT_FALSE(closed);
     EXPECT_THAT(results, IsEmpty());
+}
+
+TEST_F(PurchasePage, OnceLoadedOnlyTheEndOfItsWebProcessFailsThePage) {
+    open("ready");
+    ASSERT_TRUE(waitUntilReady());
+    ASSERT_TRUE(waitForSignal("web-process-terminated",
+                              [&] { webkit_web_view_terminate_web_process(page().webView()); }));
+    runMainLoopFor(0.3);
+    EXPECT_THAT(results, IsEmpty());
+    EXPECT_FALSE(closed);
+
+    open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+    ASSERT_TRUE(waitUntilReady());
+    evaluate(page().webView(), "window.CorvaneSDKBridge.event('purchased'); 0");
+    ASSERT_TRUE(runMainLoopUntil([&] { return !results.empty(); }, kPageTimeout));
+    // A link in the page that fails is the page's business.
+    ASSERT_TRUE(waitForSignal("load-failed", [&] {
+        evaluate(page().webView(), "window.location.href = 'https://terms.lxhf.invalid/'; 0");
+    }));
+    runMainLoopFor(0.3);
+    EXPECT_THAT(results, ElementsAre("purchased"));
+    EXPECT_FALSE(closed);
+
+    webkit_web_view_terminate_web_process(page().webView());
+    ASSERT_TRUE(waitUntilClosed());
+    runMainLoopFor(0.2);
+    EXPECT_THAT(results, ElementsAre("purchased", "error: The purchase page stopped: its web process was ended"));
+
+    // Nor does anything follow the page's own "error", however soon it comes.
+    open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+    ASSERT_TRUE(waitUntilReady());
+    for (const char* event : {"error", "purchased", "close"}) {
+        page().receiveScriptMessage("CorvaneSDKBridge",
+                                    {{"eventName", event}, {"data", {{"message", "Card declined"}}}});
+    }
+    expectOneError("Card declined");
 }
 
 TEST_F(PurchasePage, ClosingTheWindowRemovesTheBridge) {

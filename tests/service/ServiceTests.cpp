@@ -270,10 +270,13 @@ TEST_F(FermoService, FaultsChangeStatusBodyHeadersTimingAndConnectionForTheirCou
 
     std::string error;
     ASSERT_TRUE(service.loadFaults(R"({"fermo_offers": {"status": 500, "body": {"reason": "boom"}, "count": 1},
-                                       "/api/hotels/v1.0/events/batch": {"delay": 0.1, "status": 201}})", &error)) << error;
+                                       "/api/hotels/v1.0/events/batch": {"delay": 0.1, "status": 201},
+                                       "sessions": {"truncate": 3, "count": 1}})", &error)) << error;
     const Reply boom = postOffers(session, json::parse(offers));
     EXPECT_EQ(boom.status, 500);
     EXPECT_EQ(boom.json(), json({{"reason", "boom"}}));
+    EXPECT_FALSE(client->send("POST", api("sessions"), bearer(), inputs).error.empty());  // cut after 3 bytes
+    EXPECT_EQ(client->send("POST", api("sessions"), bearer(), inputs).status, 201);
     EXPECT_EQ(postOffers(session, json::parse(offers)).status, 201);
     EXPECT_EQ(client->send("POST", api("events/batch"), bearer(), events).status, 201);
     EXPECT_FALSE(service.loadFaults(R"({"sessions": {"stauts": 500}})", &error));

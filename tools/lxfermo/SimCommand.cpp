@@ -28,7 +28,7 @@ constexpr const char* kSimSummary =
     "start) until interrupted, printing its addresses, the CA file to trust, and\n"
     "each request it receives. Fault paths are absolute (\"/api/v2/logs\") or\n"
     "relative to the API base (\"sessions\", \"fermo_offers\", \"events/batch\");\n"
-    "a fault's fields are status, body, headers, delay, drop and count.";
+    "a fault's fields are status, body, headers, delay, drop, truncate and count.";
 
 constexpr guint kRequestPollMs = 250;
 

@@ -37,6 +37,9 @@ bool parseOne(const std::string& path, const json& entry, Fault& fault, std::str
         } else if (key == "drop") {
             if (!value.is_boolean()) return fail("drop must be a boolean");
             fault.drop = value.get<bool>();
+        } else if (key == "truncate") {
+            if (!value.is_number_unsigned()) return fail("truncate must be a byte count >= 0");
+            fault.truncate = value.get<std::size_t>();
         } else if (key == "count") {
             if (!value.is_number_integer()) return fail("count must be an integer");
             fault.count = value.get<int>();

@@ -71,6 +71,7 @@ void applyFault(Answer& answer, const Fault& fault) {
         }
     }
     if (fault.drop) answer.drop = true;
+    if (fault.truncate) answer.truncate = fault.truncate;
 }
 
 void dropConnection(SoupServerMessage* msg) {
@@ -80,9 +81,31 @@ void dropConnection(SoupServerMessage* msg) {
     }
 }
 
+// Written by hand on the stolen connection: libsoup would not send a body
+// shorter than the length it announced.
+void sendCut(SoupServerMessage* msg, const Answer& answer, std::size_t keep) {
+    GIOStream* stream = soup_server_message_steal_connection(msg);
+    if (!stream) return;
+    std::string text = "HTTP/1.1 " + std::to_string(answer.status) + " " +
+                       soup_status_get_phrase(static_cast<guint>(answer.status)) + "\r\n";
+    if (!answer.contentType.empty()) text += "Content-Type: " + answer.contentType + "\r\n";
+    for (const auto& [name, value] : answer.headers) text += name + ": " + value + "\r\n";
+    // No "Connection: close": with it, libsoup takes the close for the end of the body.
+    text += "Content-Length: " + std::to_string(answer.body.size()) + "\r\n\r\n";
+    text.append(answer.body, 0, std::min(keep, answer.body.size()));
+    g_output_stream_write_all(g_io_stream_get_output_stream(stream), text.data(), text.size(), nullptr, nullptr,
+                              nullptr);
+    g_io_stream_close(stream, nullptr, nullptr);
+    g_object_unref(stream);
+}
+
 void respond(SoupServerMessage* msg, const Answer& answer) {
     if (answer.drop) {
         dropConnection(msg);
+        return;
+    }
+    if (answer.truncate) {
+        sendCut(msg, answer, *answer.truncate);
         return;
     }
     soup_server_message_set_status(msg, static_cast<guint>(answer.status), nullptr);
@@ -123,7 +146,7 @@ gboolean deliverDelayed(gpointer data) {
     auto* delayed = static_cast<Delayed*>(data);
     if (!delayed->finished) {
         respond(delayed->msg, delayed->answer);
-        if (!delayed->answer.drop) soup_server_message_unpause(delayed->msg);
+        if (!delayed->answer.drop && !delayed->answer.truncate) soup_server_message_unpause(delayed->msg);
     }
     return G_SOURCE_REMOVE;
 }

@@ -55,6 +55,9 @@ struct Fault {
     std::map<std::string, std::optional<std::string>> headers = {};  // a value sets, nullopt removes
     double delaySeconds = 0;                                    // answer later, loop keeps running
     bool drop = false;                                          // close the connection unanswered
+    // Send the headers, with the whole body's length, and only this many
+    // bytes of the body, then close: an answer cut mid-way.
+    std::optional<std::size_t> truncate = {};
     int count = 0;                                              // calls it applies to; <= 0: all
 };
 
@@ -132,7 +135,7 @@ public:
     void setFault(std::string_view path, Fault fault);
     void clearFaults();
     // {"<path>": {"status": 500, "body": "...", "headers": {"x": "y", "z": null},
-    //             "delay": 1.5, "drop": false, "count": 2}, ...}
+    //             "delay": 1.5, "drop": false, "truncate": 200, "count": 2}, ...}
     bool loadFaults(std::string_view jsonText, std::string* error = nullptr);
 
     // A session id the service accepts without having issued it (e.g. one a

@@ -25,6 +25,7 @@ struct Answer {
     std::string body;
     std::vector<std::pair<std::string, std::string>> headers;
     bool drop = false;
+    std::optional<std::size_t> truncate;  // see Fault::truncate
     std::string reason;  // non-empty: the request broke the contract
     std::vector<std::string> notes;
 

@@ -16,8 +16,30 @@ using LXPurchaseCallback = std::function<void(const LXFermoPurchaseResult&)>;
 // Behaviour of the purchase page beyond what the microsite itself reports.
 struct LXPurchasePageOptions {
     // Off by default: a page that fails to load, or never says it is ready,
-    // then keeps its spinner turning until the user leaves. When on, either
-    // becomes an `error` result and the page is dismissed.
+    // then keeps its spinner turning until the user leaves, and nothing is
+    // reported. When on, every failure of the page ends in exactly one
+    // `error` result and the page is dismissed. The error's message, word
+    // for word:
+    //   "Unable to load the purchase page: " followed by one of
+    //     "the host name could not be resolved"
+    //     "the host could not be reached"
+    //     "the connection was refused"
+    //     "the connection timed out"
+    //     "its certificate is not trusted"
+    //     "the secure connection could not be set up"
+    //     "the answer was not valid HTTP"
+    //     "the connection closed before the whole page arrived"
+    //     "the service answered with HTTP status N" (N from 500 to 599)
+    //     "no answer within 60 seconds"
+    //     or, for a failure of no class above, WebKit's own description;
+    //   "The purchase page stopped: its web process " followed by
+    //     "crashed", "ran out of memory" or "was ended";
+    //   "The purchase page was not ready within N seconds".
+    // Only the page's own first load can fail it: a link in the loaded page
+    // that fails, or answers with an error status, is the page's business.
+    // Its web process ending fails it at any time. "purchased" still leaves
+    // the page up; after the failure, or the page's "close" or "error",
+    // nothing more is reported.
     bool reportLoadFailures = false;
     // With reportLoadFailures: how long the page may take to say "ready".
     // Zero or less: no limit.

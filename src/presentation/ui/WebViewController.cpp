@@ -8,6 +8,7 @@
 #include "model/ErrorInfo.h"
 #include "platform/GLibSystemLog.h"
 #include "presentation/ui/ExtraAuthority.h"
+#include "presentation/ui/PageFailure.h"
 
 namespace lxhf::ui {
 
@@ -99,6 +100,7 @@ struct WebViewControllerSignals {
 
     static void loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
+        KeepAlive alive{controller->overlay_, controller->webView_};
         if (event == WEBKIT_LOAD_STARTED && controller->requestTimer_ == 0) {
             controller->requestTimedOut_ = false;
             controller->requestTimer_ =
@@ -106,6 +108,9 @@ struct WebViewControllerSignals {
         } else if (event != WEBKIT_LOAD_STARTED && event != WEBKIT_LOAD_REDIRECTED && controller->requestTimer_) {
             g_source_remove(std::exchange(controller->requestTimer_, 0));
         }
+        if (event == WEBKIT_LOAD_COMMITTED) controller->checkAnswerStatus();
+        // A certificate about to be retried leaves the page's own load open.
+        if (event == WEBKIT_LOAD_FINISHED && !controller->retrySource_) controller->firstLoadOver_ = true;
     }
 
     static gboolean requestTimedOut(gpointer self) {
@@ -118,20 +123,27 @@ struct WebViewControllerSignals {
 
     static gboolean loadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError* error, gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
-        if (!controller->setup_.pageOptions.reportLoadFailures) return FALSE;
+        // Once the page has loaded, a link in it that fails is the page's business.
+        if (!controller->setup_.pageOptions.reportLoadFailures || controller->firstLoadOver_) return FALSE;
         KeepAlive alive{controller->overlay_, controller->webView_};
         if (controller->requestTimedOut_) {
-            controller->reportPageFailure("Unable to load the purchase page: no answer within " +
-                                          std::to_string(WebViewController::kRequestTimeoutSeconds) + " seconds");
+            controller->reportPageFailure(requestTimeoutMessage(WebViewController::kRequestTimeoutSeconds));
             return FALSE;
         }
         // A load replaced by another, or turned into a download, is no failure of the page.
         if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED) ||
             g_error_matches(error, WEBKIT_POLICY_ERROR, WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE))
             return FALSE;
-        controller->reportPageFailure(std::string("Unable to load the purchase page: ") +
-                                      (error ? error->message : "unknown error"));
+        controller->reportPageFailure(loadFailureMessage(error));
         return FALSE;
+    }
+
+    // Whatever the page was doing is gone with its process.
+    static void webProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason, gpointer self) {
+        auto* controller = static_cast<WebViewController*>(self);
+        if (!controller->setup_.pageOptions.reportLoadFailures) return;
+        KeepAlive alive{controller->overlay_, controller->webView_};
+        controller->reportPageFailure(webProcessEndedMessage(reason));
     }
 
     // The page's certificate is not one the session trusts: it may still be
@@ -153,9 +165,7 @@ struct WebViewControllerSignals {
         auto* controller = static_cast<WebViewController*>(self);
         controller->readyTimer_ = 0;
         KeepAlive alive{controller->overlay_, controller->webView_};
-        char* seconds = g_strdup_printf("%g", controller->setup_.pageOptions.readyTimeoutSeconds);
-        controller->reportPageFailure(std::string("The purchase page was not ready within ") + seconds + " seconds");
-        g_free(seconds);
+        controller->reportPageFailure(readyTimeoutMessage(controller->setup_.pageOptions.readyTimeoutSeconds));
         return G_SOURCE_REMOVE;
     }
 
@@ -210,6 +220,8 @@ WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
     g_signal_connect(webView_, "load-failed", G_CALLBACK(&WebViewControllerSignals::loadFailed), this);
     g_signal_connect(webView_, "load-failed-with-tls-errors",
                      G_CALLBACK(&WebViewControllerSignals::loadFailedWithTlsErrors), this);
+    g_signal_connect(webView_, "web-process-terminated", G_CALLBACK(&WebViewControllerSignals::webProcessTerminated),
+                     this);
 
     spinner_ = gtk_spinner_new();
     gtk_widget_set_halign(spinner_, GTK_ALIGN_CENTER);
@@ -244,7 +256,10 @@ void WebViewController::receiveScriptMessage(std::string_view handlerName, const
 }
 
 void WebViewController::apply(const BridgeAction& action) {
-    if (action.result && setup_.purchaseCallback && !abandoned_) setup_.purchaseCallback(*action.result);
+    // A host that asked for failures gets one last result: nothing follows a
+    // failure, a "close" or an "error".
+    const bool silent = abandoned_ || (finished_ && setup_.pageOptions.reportLoadFailures);
+    if (action.result && setup_.purchaseCallback && !silent) setup_.purchaseCallback(*action.result);
     if (action.stopSpinner) {
         ready_ = true;
         if (readyTimer_) g_source_remove(std::exchange(readyTimer_, 0));
@@ -262,6 +277,16 @@ void WebViewController::stopSpinner() {
     if (!spinner_) return;  // the host's callback may already have closed the page
     gtk_spinner_stop(GTK_SPINNER(spinner_));
     gtk_widget_set_visible(spinner_, FALSE);
+}
+
+// WebKit shows the page of an error status like any other; only the status
+// tells the service failed.
+void WebViewController::checkAnswerStatus() {
+    if (!setup_.pageOptions.reportLoadFailures || firstLoadOver_ || !webView_) return;
+    WebKitWebResource* page = webkit_web_view_get_main_resource(webView_);
+    WebKitURIResponse* response = page ? webkit_web_resource_get_response(page) : nullptr;
+    const guint status = response ? webkit_uri_response_get_status_code(response) : 0;
+    if (status >= 500 && status <= 599) reportPageFailure(errorStatusMessage(status));
 }
 
 void WebViewController::reportPageFailure(std::string message) {

@@ -87,6 +87,7 @@ private:
 
     void apply(const BridgeAction& action);
     void stopSpinner();
+    void checkAnswerStatus();
     void reportPageFailure(std::string message);
     void openInBrowser(WebKitNavigationAction* action);
     bool trustExtraAuthority(const char* uri, GTlsCertificate* certificate);
@@ -103,6 +104,7 @@ private:
     bool released_ = false;
     bool ready_ = false;
     bool finished_ = false;  // the page was dismissed or reported as failed
+    bool firstLoadOver_ = false;  // only the page's own load can fail it; later navigations cannot
     bool abandoned_ = false;  // no result is reported any more
     bool requestTimedOut_ = false;
     guint requestTimer_ = 0;
