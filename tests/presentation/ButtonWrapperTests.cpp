@@ -229,12 +229,24 @@ TEST_F(ButtonWrapper, AnErrorButtonAppearsOncePerMappingNotPerPublish) {
 
 TEST_F(ButtonWrapper, ADestroyedWrapperTakesItsPageDownWithoutAResult) {
     service->setPurchaseScript(lxhf::testing::PurchaseScript::neverReady);
-    setOffers({LXFermoOfferState::available()}, room);
-    GtkWidget* wrapper = show(wrap(room));
+    // A real offer, so the page is the microsite in a web view; a room of its
+    // own, as the service keeps other tests' room outcomes.
+    const LXRoomDetails offered = makeRoom("D1", "hotel-d");
+    sdk->cacheOffers({offered});
+    ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::available}; }, kPatience));
+    GtkWidget* wrapper = show(wrap(offered));
     actions[0]();
     ASSERT_EQ(pages().size(), 1u);
+    // Static: a leaked object outlives the test, and its weak pointer with it.
+    static gpointer alive[3];
+    alive[0] = wrapper;
+    alive[1] = pages()[0];
+    alive[2] = ui::WebViewController::from(gtk_window_get_child(pages()[0]))->webView();
+    for (gpointer& object : alive) g_object_add_weak_pointer(G_OBJECT(object), &object);
     gtk_box_remove(GTK_BOX(column), wrapper);
     ASSERT_TRUE(runMainLoopUntil([&] { return pages().empty(); }, kPatience));
+    EXPECT_TRUE(runMainLoopUntil([] { return !alive[0] && !alive[1] && !alive[2]; }, 5.0))
+        << "wrapper " << alive[0] << ", window " << alive[1] << ", web view " << alive[2];
     EXPECT_THAT(results, IsEmpty());
 }
 
