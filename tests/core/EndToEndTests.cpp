@@ -104,6 +104,10 @@ TEST_F(CoreAgainstService, RoomsAcrossHotelsGetOneSignedRequestPerBookingAndHote
         // The signature covers the offer and type as the service sent them.
         EXPECT_TRUE(service.verifySignature(nlohmann::json::parse(snakeCase.encode(*response)))) << roomId(room);
     }
+    // Without this, a check that passes anything would make the one above empty.
+    auto tampered = nlohmann::json::parse(snakeCase.encode(*board.response(rooms[0])));
+    tampered["offer"]["conditions"]["deposit"] = "1.00";
+    EXPECT_FALSE(service.verifySignature(tampered));
     EXPECT_THAT(service.rejected(), IsEmpty());
 }
 
