@@ -2,13 +2,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "support/TempDir.h"
 
 extern "C" int lxhfFuzzRecordDecode(const std::uint8_t* data, std::size_t size);
 extern "C" int lxhfFuzzSessionStore(const std::uint8_t* data, std::size_t size);
@@ -35,11 +35,6 @@ std::vector<fs::path> filesIn(const fs::path& dir) {
     return files;
 }
 
-std::string bytesOf(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 class FuzzRegression : public ::testing::TestWithParam<Harness> {};
 
 // A harness aborts on a broken property, so a bad input fails the run.
@@ -51,7 +46,7 @@ TEST_P(FuzzRegression, SeedsAndSavedCrashesRunClean) {
     for (auto& saved : filesIn(root / "regressions" / GetParam().name)) files.push_back(std::move(saved));
     for (const auto& file : files) {
         SCOPED_TRACE(file.string());
-        const std::string bytes = bytesOf(file);
+        const std::string bytes = lxhf::test::fileText(file);
         EXPECT_EQ(GetParam().entry(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()), 0);
     }
 }
