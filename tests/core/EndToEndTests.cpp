@@ -66,6 +66,8 @@ protected:
 TEST_F(CoreAgainstService, RoomsAcrossHotelsGetOneSignedRequestPerBookingAndHotel) {
     service.setClientRegion("EU");
     service.setExperiments(R"({"bigButton":true})");
+    service.setRoomOutcome("B1", Outcome::baseOffer);  // as lxfermo demo scripts its rooms
+    service.setRoomOutcome("C2", Outcome::unavailable);
     auto sdk = makeSdk();
     const std::vector<LXRoomDetails> rooms = {makeRoom("A1", "hotel-a"), makeRoom("B1", "hotel-b"),
                                               makeRoom("A2", "hotel-a"), makeRoom("C1", "hotel-c"),
@@ -73,7 +75,8 @@ TEST_F(CoreAgainstService, RoomsAcrossHotelsGetOneSignedRequestPerBookingAndHote
     sdk->cacheOffers(rooms);
     settle(*sdk);
 
-    EXPECT_THAT(states(*sdk), ::testing::Each(State::available));
+    EXPECT_THAT(states(*sdk), ElementsAre(State::available, State::unavailable, State::available, State::available,
+                                          State::available, State::unavailable));
     EXPECT_EQ(service.count("sessions"), 1);
     ASSERT_EQ(service.count("fermo_offers"), 4);
     std::vector<std::vector<std::string>> batches;
@@ -89,6 +92,7 @@ TEST_F(CoreAgainstService, RoomsAcrossHotelsGetOneSignedRequestPerBookingAndHote
 
     const auto& board = FacadeAccess::board(*sdk);
     ASSERT_EQ(board.responses().size(), rooms.size());
+    EXPECT_EQ(board.response(rooms[1])->type, LXOfferResponseType::signedBaseOffer);
     const json::Encoder snakeCase(json::KeyEncoding::convertToSnakeCase);
     for (const auto& room : rooms) {
         const LXOfferResponse* response = board.response(room);
