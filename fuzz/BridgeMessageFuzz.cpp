@@ -2,17 +2,13 @@
 // byte picks the handler name the message arrives under; the rest is the
 // posted value as JSON (null when it is not JSON, as the web view passes it).
 
-#include <cstddef>
-#include <cstdint>
-#include <string_view>
-
 #include "FuzzCheck.h"
 #include "presentation/BridgeMessage.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
     const std::string_view handler = data[0] % 8 == 0 ? "corvaneSDKBridge" : lxhf::kBridgeHandlerName;
-    const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const std::string_view text = fuzzText(data + 1, size - 1);
     const auto body = lxhf::json::parse(text).value_or(lxhf::json::Json(nullptr));
 
     const auto action = lxhf::decodeBridgeMessage(handler, body);

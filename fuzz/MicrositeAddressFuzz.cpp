@@ -4,10 +4,7 @@
 // and value, client region, price.
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "FuzzCheck.h"
@@ -67,7 +64,7 @@ LXRoomDetails roomWith(const std::vector<std::string>& part) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::string_view text = fuzzText(data, size);
     LXHF_FUZZ_CHECK(decodeQueryComponent(lxhf::QueryBuilder::encodeQueryComponent(text)) == text);
 
     auto part = splitLines(text);

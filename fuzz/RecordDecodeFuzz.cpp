@@ -2,9 +2,6 @@
 // decodes must encode, decode again and encode to the very same text.
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -56,7 +53,7 @@ void roundTripAll(const Json& json, KeyDecoding decoding, KeyEncoding encoding) 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::string_view text = fuzzText(data, size);
     // The public entry point parses for itself.
     for (auto style : {LXJSONKeyStyle::fieldNames, LXJSONKeyStyle::snakeCase}) {
         auto room = LXRoomDetails::fromJSON(text, style);

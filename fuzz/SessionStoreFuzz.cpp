@@ -1,9 +1,6 @@
 // The session store file: whatever loads must save and load back unchanged.
 
 #include <chrono>
-#include <cstddef>
-#include <cstdint>
-#include <string_view>
 
 #include "FuzzCheck.h"
 #include "infra/SessionStore.h"
@@ -16,7 +13,7 @@ lxhf::WallTime fixedNow() { return lxhf::WallTime{std::chrono::seconds{195700000
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::string_view text = fuzzText(data, size);
     auto store = lxhf::SessionStore::decode(text, fixedNow);
     if (!store) return 0;
     auto& loaded = *store.value();

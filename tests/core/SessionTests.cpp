@@ -20,10 +20,7 @@ std::optional<std::string> partnerUserIdOf(const HttpRequest& request) {
     return body["partner_user_id"].get<std::string>();
 }
 
-std::string storeText(const TempDir& dir) {
-    auto text = readWholeFile(dir / "sessionStore.cache");
-    return text ? text.value() : "<no file>";
-}
+std::string storeText(const TempDir& dir) { return fileText(dir / "sessionStore.cache"); }
 
 TEST(Sessions, AUserChangeBeforeTheFirstAnswerAsksAgainForTheNewUser) {
     CoreHarness h;
@@ -51,6 +48,19 @@ TEST(Sessions, AUserChangeBeforeTheFirstAnswerAsksAgainForTheNewUser) {
     for (const auto& request : h.http->requestsTo("fermo_offers"))
         EXPECT_EQ(headerValue(request, "LX-Session-ID"), "S-new");
     EXPECT_THAT(storeText(h.dir), HasSubstr("\"userId\":\"user-2\",\"sessionId\":\"S-new\""));
+}
+
+TEST(Sessions, ARunningEngineKeepsItsSessionPastTheStoredExpiry) {
+    CoreHarness h;
+    h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers();
+    h.clock->advance(Seconds{15 * 86400.0});
+    h.sdk->cacheOffers({makeRoom("B1", "hotel-b")});
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers();
+    EXPECT_EQ(h.http->count("sessions"), 1u);
+    EXPECT_EQ(h.http->count("fermo_offers"), 2u);
 }
 
 // Files of this process cannot grow past a few bytes, as on a full disk.
@@ -146,9 +156,11 @@ TEST_F(SessionFile, AUserChangeWhileTheFileIsReadDiscardsWhatItHeld) {
         EXPECT_EQ(headerValue(request, "LX-Session-ID"), "S1");
 
     // Termination waits, briefly, for the worker: the process is ending.
+    ASSERT_NE(FacadeAccess::log(*h.sdk).get(), nullptr);
     h.sdk->applicationWillTerminate();
     EXPECT_EQ(worker->waits, 1);
     EXPECT_EQ(storeText(h.dir), "[]");
+    EXPECT_EQ(FacadeAccess::log(*h.sdk).get(), nullptr);
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 
 #include <fstream>
 #include <limits>
-#include <sstream>
 #include <string>
 
 #include "infra/LoggerSlot.h"
@@ -41,11 +40,7 @@ protected:
         return std::make_unique<SessionStore>(dateProviderOf(clock), kEntryLifetime, limit);
     }
     std::filesystem::path file() const { return dir / "sessionStore.cache"; }
-    std::string fileText() const {
-        std::stringstream text;
-        text << std::ifstream(file(), std::ios::binary).rdbuf();
-        return text.str();
-    }
+    std::string fileText() const { return test::fileText(file()); }
     void save(SessionStore& store) { ASSERT_FALSE(store.saveToDisk("sessionStore", cache, slot)); }
     LXResult<std::unique_ptr<SessionStore>, StoreError> load() {
         return readSessionStore(*sessionStoreFile(cache, slot), dateProviderOf(clock));

@@ -2,6 +2,9 @@
 
 #include <glib.h>
 
+#include <memory>
+#include <optional>
+
 namespace lxhf::test {
 
 namespace {
@@ -27,6 +30,15 @@ bool runMainLoopUntil(const std::function<bool()>& done, double timeoutSeconds) 
 
 void runMainLoopFor(double seconds) {
     runMainLoopUntil([] { return false; }, seconds);
+}
+
+HttpResult sendAndWait(HttpClient& client, HttpRequest request, double timeoutSeconds) {
+    // Shared, so an answer after the deadline lands nowhere harmful.
+    auto answer = std::make_shared<std::optional<HttpResult>>();
+    client.send(std::move(request), [answer](HttpResult r) { answer->emplace(std::move(r)); });
+    if (!runMainLoopUntil([&] { return answer->has_value(); }, timeoutSeconds))
+        return TransportError{"no answer in time"};
+    return std::move(**answer);
 }
 
 }  // namespace lxhf::test

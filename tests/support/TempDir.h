@@ -3,6 +3,7 @@
 #include <atomic>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 #include "platform/CacheDirectory.h"
 
@@ -23,6 +24,9 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+// The file's bytes, or "<no file>" when it cannot be read.
+std::string fileText(const std::filesystem::path& file);
 
 // A cache directory fixed by the test: a path that exists, or none at all.
 // Counts how often it was asked for.

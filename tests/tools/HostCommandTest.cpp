@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "FermoTestService.h"
 #include "LxfermoProcess.h"
@@ -30,11 +28,11 @@ auto is(const char* name) {
     return [name](const Json& e) { return e.value("event", "") == name; };
 }
 
-std::string fileText(const std::filesystem::path& dir) {
-    std::ostringstream all;
+std::string allFilesIn(const std::filesystem::path& dir) {
+    std::string all;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(dir))
-        if (entry.is_regular_file()) all << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-    return all.str();
+        if (entry.is_regular_file()) all += fileText(entry.path());
+    return all;
 }
 
 class HostCommand : public ::testing::Test {
@@ -117,7 +115,7 @@ TEST_F(HostCommand, OnlyTerminateEmptiesTheStoredSession) {
     }
     ASSERT_EQ(service.sessionIds().size(), 1u);
     const std::string sessionId = service.sessionIds().front();
-    EXPECT_NE(fileText(cache.path()).find(sessionId), std::string::npos) << "end of input kept the session";
+    EXPECT_NE(allFilesIn(cache.path()).find(sessionId), std::string::npos) << "end of input kept the session";
 
     LxfermoProcess host(hostArgs());
     cacheUntilAvailable(host, rooms, "staging");
@@ -125,7 +123,7 @@ TEST_F(HostCommand, OnlyTerminateEmptiesTheStoredSession) {
     host.send(Json{{"cmd", "terminate"}});
     host.send(Json{{"cmd", "wait"}, {"seconds", 0.2}});
     ASSERT_TRUE(host.eventWhere(is("waited"), 5));
-    EXPECT_EQ(fileText(cache.path()).find(sessionId), std::string::npos);
+    EXPECT_EQ(allFilesIn(cache.path()).find(sessionId), std::string::npos);
     host.send(Json{{"cmd", "quit"}});
     EXPECT_EQ(host.exitCode(), 0);
 }
