@@ -21,7 +21,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr double kPageTimeout = 30.0;  // the first web process start is slow under Xvfb
+constexpr double kPageTimeout = 60.0;  // the first web process start is slow under Xvfb and load
 
 struct RecordingLauncher final : ui::UriLauncher {
     void launch(const std::string& uri, GtkWindow*) override { uris.push_back(uri); }
