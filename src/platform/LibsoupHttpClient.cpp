@@ -80,6 +80,7 @@ namespace {
 // One request in flight. Owned by the pending libsoup operation and freed
 // when that finishes.
 struct Exchange {
+    Exchange(Network& owner, std::uint64_t number) : network(owner), id(number) {}
     Network& network;
     std::uint64_t id;
     SoupMessage* message = nullptr;
@@ -89,6 +90,7 @@ struct Exchange {
     bool timedOut = false;
     GInputStream* stream = nullptr;
     std::string body;
+    guint timeoutMillis = 0;
 
     ~Exchange() {
         stopTimer();
@@ -106,6 +108,8 @@ struct Exchange {
         g_source_unref(timer);
         timer = nullptr;
     }
+    // The timeout counts silence, so a long answer that keeps arriving is not cut.
+    void startTimer();
 };
 
 void onNetworkEvent(SoupMessage*, GSocketClientEvent event, GIOStream*, gpointer data) {
@@ -122,6 +126,14 @@ gboolean onTimeout(gpointer data) {
     return G_SOURCE_REMOVE;
 }
 
+void Exchange::startTimer() {
+    if (timeoutMillis == 0) return;
+    stopTimer();
+    timer = g_timeout_source_new(timeoutMillis);
+    g_source_set_callback(timer, onTimeout, this, nullptr);
+    g_source_attach(timer, network.context);
+}
+
 HttpResponse responseOf(SoupMessage* message, std::string body) {
     HttpResponse response;
     response.status = static_cast<int>(soup_message_get_status(message));
@@ -135,8 +147,11 @@ HttpResponse responseOf(SoupMessage* message, std::string body) {
     return response;
 }
 
-std::string tooLargeDescription(std::size_t limit) {
-    return "The answer is larger than " + std::to_string(limit) + " bytes.";
+// A failed status needs no body to be judged by, so past the limit it still
+// comes back as itself; a successful one cannot be used without its body.
+HttpResult tooLarge(SoupMessage* message, std::size_t limit) {
+    if (!SOUP_STATUS_IS_SUCCESSFUL(soup_message_get_status(message))) return responseOf(message, {});
+    return TransportError{"The answer is larger than " + std::to_string(limit) + " bytes."};
 }
 
 // Ends the exchange with `result`, or with the failure `error` describes.
@@ -166,8 +181,14 @@ void onRead(GObject* stream, GAsyncResult* result, gpointer data) {
     if (size > 0) exchange->body.append(bytes, size);
     g_bytes_unref(chunk);
     const std::size_t limit = exchange->network.maximumBodyBytes;
-    if (exchange->body.size() > limit) return finish(std::move(exchange), TransportError{tooLargeDescription(limit)}, nullptr);
-    if (size > 0) return readMore(std::move(exchange));
+    if (exchange->body.size() > limit) {
+        auto result = tooLarge(exchange->message, limit);
+        return finish(std::move(exchange), std::move(result), nullptr);
+    }
+    if (size > 0) {
+        exchange->startTimer();
+        return readMore(std::move(exchange));
+    }
     auto response = responseOf(exchange->message, std::move(exchange->body));
     finish(std::move(exchange), std::move(response), nullptr);
 }
@@ -189,8 +210,11 @@ void onSent(GObject* session, GAsyncResult* result, gpointer data) {
     const std::size_t limit = exchange->network.maximumBodyBytes;
     const goffset announced =
         soup_message_headers_get_content_length(soup_message_get_response_headers(exchange->message));
-    if (announced > 0 && std::uint64_t(announced) > limit)
-        return finish(std::move(exchange), TransportError{tooLargeDescription(limit)}, nullptr);
+    if (announced > 0 && std::uint64_t(announced) > limit) {
+        auto result = tooLarge(exchange->message, limit);
+        return finish(std::move(exchange), std::move(result), nullptr);
+    }
+    exchange->startTimer();
     readMore(std::move(exchange));
 }
 
@@ -232,7 +256,7 @@ void Network::open() {
 
 void Network::start(std::uint64_t id, HttpRequest request) {
     if (stopping) return;
-    std::unique_ptr<Exchange> exchange(new Exchange{*this, id, {}});
+    std::unique_ptr<Exchange> exchange(new Exchange(*this, id));
     std::optional<std::string> failure = setupError;
     if (!failure) {
         exchange->message = soup_message_new(request.method.c_str(), request.url.c_str());
@@ -264,10 +288,8 @@ void Network::start(std::uint64_t id, HttpRequest request) {
 
     double seconds = request.timeout.count();
     if (std::isfinite(seconds) && seconds > 0) {
-        auto millis = static_cast<guint>(std::min(std::ceil(seconds * 1000.0), 4.0e9));
-        exchange->timer = g_timeout_source_new(millis);
-        g_source_set_callback(exchange->timer, onTimeout, exchange.get(), nullptr);
-        g_source_attach(exchange->timer, context);
+        exchange->timeoutMillis = static_cast<guint>(std::min(std::ceil(seconds * 1000.0), 4.0e9));
+        exchange->startTimer();
     }
     inFlight.emplace(id, exchange.get());
     SoupMessage* message = exchange->message;

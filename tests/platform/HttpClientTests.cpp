@@ -59,10 +59,22 @@ private:
                 soup_server_message_unpause(slow);
                 return G_SOURCE_REMOVE;
             }, message);
-        } else if (route == "/sized" || route == "/chunked") {
+        } else if (route == "/trickle") {  // five pieces, 100 ms apart
+            soup_message_headers_set_encoding(headers, SOUP_ENCODING_CHUNKED);
+            soup_server_message_set_status(message, 201, nullptr);
+            soup_server_message_pause(message);
+            g_timeout_add(100, [](gpointer m) -> gboolean {
+                auto* body = soup_server_message_get_response_body(static_cast<SoupServerMessage*>(m));
+                soup_message_body_append(body, SOUP_MEMORY_STATIC, "piece", 5);
+                soup_server_message_unpause(static_cast<SoupServerMessage*>(m));
+                if (body->length < 25) return G_SOURCE_CONTINUE;
+                soup_message_body_complete(body);
+                return G_SOURCE_REMOVE;
+            }, message);
+        } else if (route == "/sized" || route == "/chunked" || route == "/failed") {
             if (route == "/chunked") soup_message_headers_set_encoding(headers, SOUP_ENCODING_CHUNKED);
             const std::string big(5000, 'x');
-            soup_server_message_set_status(message, 201, nullptr);
+            soup_server_message_set_status(message, route == "/failed" ? 500 : 201, nullptr);
             soup_server_message_set_response(message, "text/plain", SOUP_MEMORY_COPY, big.data(), big.size());
             soup_message_body_complete(soup_server_message_get_response_body(message));
         } else if (route == "/drop") {
@@ -165,18 +177,27 @@ TEST(LibsoupHttpClient, TimeoutIsPerRequestAndTransportFailuresAreDescribedError
     EXPECT_NE(invalidUrl.failure().find("not a url at all"), std::string::npos);
     EXPECT_EQ(server.hits, 1);  // the bad header never left the client
 
-    // An answer longer than the limit is a failure, announced or not.
+    // A successful answer longer than the limit is a failure, announced or
+    // not; a failed status stays itself. The timeout counts only silence.
     LibsoupHttpClient capped(std::nullopt, 4999);
-    Outcome sized, chunked, fits;
+    Outcome sized, chunked, failed, fits, trickled;
     capped.send(request("POST", server.url("/sized")), sized.callback());
     capped.send(request("POST", server.url("/chunked")), chunked.callback());
+    capped.send(request("POST", server.url("/failed")), failed.callback());
+    capped.send(request("POST", server.url("/trickle"), 0.3), trickled.callback());
     LibsoupHttpClient roomy(std::nullopt, 5000);
     roomy.send(request("POST", server.url("/chunked")), fits.callback());
-    ASSERT_TRUE(test::runMainLoopUntil([&] { return sized.arrived() && chunked.arrived() && fits.arrived(); }));
+    ASSERT_TRUE(test::runMainLoopUntil([&] {
+        return sized.arrived() && chunked.arrived() && failed.arrived() && fits.arrived() && trickled.arrived();
+    }));
     EXPECT_EQ(sized.failure(), "The answer is larger than 4999 bytes.");
     EXPECT_EQ(chunked.failure(), "The answer is larger than 4999 bytes.");
+    ASSERT_TRUE(failed.result->ok()) << failed.failure();
+    EXPECT_EQ((*failed.result)->status, 500);
     ASSERT_TRUE(fits.result->ok()) << fits.failure();
     EXPECT_EQ((*fits.result)->body.size(), 5000u);
+    ASSERT_TRUE(trickled.result->ok()) << trickled.failure();
+    EXPECT_EQ((*trickled.result)->body, "piecepiecepiecepiecepiece");
 }
 
 TEST(LibsoupHttpClient, DestroyingTheClientCancelsEverythingInFlight) {
