@@ -16,20 +16,13 @@ namespace {
 
 constexpr const char* kControllerKey = "lxhf-web-view-controller";
 
-// A bridge message names an event and perhaps a short text; this is far
-// more than any, and reading more would only hold up the main context.
-constexpr std::size_t kMaximumMessageBytes = 1 << 20;
-
 // The page's value as JSON; null when it has none (undefined, functions).
 json::Json toJson(JSCValue* value) {
     char* text = value ? jsc_value_to_json(value, 0) : nullptr;
     if (!text) return nullptr;
-    // The one JSON reader, so the page's message meets the same limits as any
-    // answer; what it refuses takes the malformed-message path.
-    const std::string_view message(text);
-    auto parsed = message.size() <= kMaximumMessageBytes ? json::parse(message) : std::nullopt;
+    json::Json message = readBridgeMessage(text);
     g_free(text);
-    return parsed ? std::move(*parsed) : json::Json(nullptr);
+    return message;
 }
 
 bool isWebAddress(const char* uri) {
