@@ -53,8 +53,8 @@ public:
     // `callback` receives each result the page reports, on the main context.
     // The window closes itself when the page asks to be dismissed; `onClosed`
     // runs once when the window is gone, however it was closed. The page
-    // logs through the shared facade's logger (the system log while there is
-    // none). The returned window belongs to GTK: close it with
+    // logs through the shared facade's logger, and not at all while there is
+    // none. The returned window belongs to GTK: close it with
     // gtk_window_close, never unref it.
     static GtkWindow* present(GtkWindow* host, std::optional<std::string> url, LXPurchaseCallback callback,
                               std::function<void()> onClosed = {}, LXPurchasePageOptions options = {});

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "model/ErrorInfo.h"
-#include "platform/GLibSystemLog.h"
 #include "presentation/ui/ExtraAuthority.h"
 #include "presentation/ui/PageFailure.h"
 
@@ -58,20 +57,8 @@ private:
 
 }  // namespace
 
-LogSink systemLogSink() {
-    return [](const LogLine& line) {
-        GLibSystemLog().write(line.level == LogLine::Level::info ? SystemLog::Type::info : SystemLog::Type::error,
-                              line.message);
-    };
-}
-
-LogSink loggerSink(LoggerSlot& slot, LogSink fallback) {
-    return [&slot, fallback = std::move(fallback)](const LogLine& line) {
-        if (slot.get())
-            writeTo(slot, line);
-        else if (fallback)
-            fallback(line);
-    };
+LogSink loggerSink(LoggerSlot& slot) {
+    return [&slot](const LogLine& line) { writeTo(slot, line); };
 }
 
 // GObject signal entry points; each forwards to the controller it was
@@ -182,7 +169,7 @@ WebViewController* WebViewController::from(GtkWidget* widget) {
 
 WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
     : setup_(std::move(setup)), micrositeOrigin_(originOf(url)) {
-    if (!setup_.log) setup_.log = systemLogSink();
+    if (!setup_.log) setup_.log = [](const LogLine&) {};
     if (!setup_.launcher) setup_.launcher = makeDesktopUriLauncher();
 
     contentManager_ = webkit_user_content_manager_new();
