@@ -301,6 +301,12 @@ TEST_F(PurchasePage, AServiceThatAnswersBadlyIsOneErrorOnlyWhenAskedFor) {
     open("error", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
     expectOneError("Unable to load the purchase page: the service answered with HTTP status 503");
 
+    // A page that moves on by script before it is ready is still loading: where it lands counts.
+    service->setFault(purchasePage, {.body = "<script>location.replace('/cloud/hotels/terms')</script>", .count = 1});
+    service->setFault("/cloud/hotels/terms", {.status = 503, .count = 1});
+    open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+    expectOneError("Unable to load the purchase page: the service answered with HTTP status 503");
+
     service->setFault(purchasePage, {.truncate = 300, .count = 1});
     open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
     expectOneError("Unable to load the purchase page: the connection closed before the whole page arrived");

@@ -88,9 +88,18 @@ struct WebViewControllerSignals {
         } else if (event != WEBKIT_LOAD_STARTED && event != WEBKIT_LOAD_REDIRECTED && controller->requestTimer_) {
             g_source_remove(std::exchange(controller->requestTimer_, 0));
         }
-        if (event == WEBKIT_LOAD_COMMITTED) controller->checkAnswerStatus();
-        // A certificate about to be retried leaves the page's own load open.
-        if (event == WEBKIT_LOAD_FINISHED && !controller->retrySource_) controller->firstLoadOver_ = true;
+        using Load = WebViewController::Load;
+        if (event == WEBKIT_LOAD_STARTED) controller->load_ = Load::pending;
+        if (event == WEBKIT_LOAD_COMMITTED) {
+            controller->load_ = Load::committed;
+            controller->checkAnswerStatus();
+        }
+        // A load replaced before it committed, or a certificate about to be
+        // retried, finishes too, with nothing shown.
+        if (event == WEBKIT_LOAD_FINISHED && controller->load_ == Load::committed) {
+            controller->load_ = Load::finished;
+            controller->endFirstLoadIfShown();
+        }
     }
 
     static gboolean requestTimedOut(gpointer self) {
@@ -103,6 +112,7 @@ struct WebViewControllerSignals {
 
     static gboolean loadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError* error, gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
+        controller->load_ = WebViewController::Load::pending;
         // Once the page has loaded, a link in it that fails is the page's business.
         if (!controller->setup_.pageOptions.reportLoadFailures || controller->firstLoadOver_) return FALSE;
         KeepAlive alive{controller->overlay_, controller->webView_};
@@ -244,6 +254,7 @@ void WebViewController::apply(const BridgeAction& action) {
         ready_ = true;
         if (readyTimer_) g_source_remove(std::exchange(readyTimer_, 0));
         stopSpinner();
+        endFirstLoadIfShown();
     }
     if (action.dismiss) {
         finished_ = true;
@@ -257,6 +268,10 @@ void WebViewController::stopSpinner() {
     if (!spinner_) return;  // the host's callback may already have closed the page
     gtk_spinner_stop(GTK_SPINNER(spinner_));
     gtk_widget_set_visible(spinner_, FALSE);
+}
+
+void WebViewController::endFirstLoadIfShown() {
+    if (ready_ && load_ == Load::finished) firstLoadOver_ = true;
 }
 
 // WebKit shows the page of an error status like any other; only the status

@@ -84,6 +84,7 @@ private:
 
     void apply(const BridgeAction& action);
     void stopSpinner();
+    void endFirstLoadIfShown();
     void checkAnswerStatus();
     void reportPageFailure(std::string message);
     void openInBrowser(WebKitNavigationAction* action);
@@ -101,7 +102,13 @@ private:
     bool released_ = false;
     bool ready_ = false;
     bool finished_ = false;  // the page was dismissed or reported as failed
-    bool firstLoadOver_ = false;  // only the page's own load can fail it; later navigations cannot
+    // Only the page's first load can fail it, later navigations cannot. A
+    // page that redirects by script or meta refresh has committed and
+    // finished before the next load starts, so the first load lasts until
+    // the page has also said "ready".
+    bool firstLoadOver_ = false;
+    enum class Load { pending, committed, finished };
+    Load load_ = Load::pending;  // the latest load; pending again once it fails
     bool abandoned_ = false;  // no result is reported any more
     bool requestTimedOut_ = false;
     guint requestTimer_ = 0;
