@@ -2,8 +2,9 @@
 
 // The microsite's script bridge: the script injected into the page, the
 // handler name, and what each message the page posts asks of the web view.
-// Plain logic; the web view turns the page's value into JSON first.
+// Plain logic; the web view hands over the page's value as JSON text.
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
@@ -41,6 +42,15 @@ struct BridgeAction {
     bool dismiss = false;
     std::optional<LogLine> log;
 };
+
+// A message names an event and perhaps a short text; this is far more than
+// any, and reading more would only hold up the main context.
+inline constexpr std::size_t kMaximumBridgeMessageBytes = 1 << 20;
+
+// The posted value from its JSON text; null when the text is too long or not
+// JSON. An escape of half a UTF-16 surrogate pair reads as U+FFFD: the page's
+// own string slicing can cut an emoji in two, and that must not lose the event.
+LXHF_EXPORT json::Json readBridgeMessage(std::string_view jsonText);
 
 // `body` is the posted value as JSON; null when it had no JSON form.
 LXHF_EXPORT BridgeAction decodeBridgeMessage(std::string_view handlerName, const json::Json& body);

@@ -11,6 +11,10 @@ using Kind = LXFermoPurchaseResult::Kind;
 
 BridgeAction post(const Json& body) { return decodeBridgeMessage("CorvaneSDKBridge", body); }
 Json event(const Json& name, const Json& data = Json::object()) { return {{"eventName", name}, {"data", data}}; }
+// An "error" event as the page's JSON text, its message written as escaped.
+Json errorText(const std::string& escapedMessage) {
+    return readBridgeMessage(R"({"eventName":"error","data":{"message":")" + escapedMessage + R"("}})");
+}
 
 void expectNothingBut(const BridgeAction& action, const LogLine& line) {
     EXPECT_FALSE(action.result.has_value());
@@ -36,6 +40,10 @@ TEST(BridgeMessage, EachEventHasItsOwnEffect) {
         {post(event("error", {{"message", 42}})), Kind::error, true, false, fallback},
         {post(event("error", {{"message", nullptr}})), Kind::error, true, false, fallback},
         {post(event("error", {{"text", "x"}})), Kind::error, true, false, fallback},
+        // Half an emoji, cut by the page's own slicing, reads as U+FFFD; whole pairs stay.
+        {post(errorText(R"(Sold out \ud83d)")), Kind::error, true, false, "Sold out \uFFFD"},
+        {post(errorText(R"(\ude00\ud83d\ud83d\ude00)")), Kind::error, true, false, "\uFFFD\uFFFD\U0001F600"},
+        {post(errorText(R"(\\ud83d\\\uD83D\u0041)")), Kind::error, true, false, "\\ud83d\\\uFFFDA"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.message + " case " + std::to_string(&c - cases));
@@ -70,6 +78,15 @@ TEST(BridgeMessage, UnknownAndMalformedMessagesAreOnlyLogged) {
     expectNothingBut(post(json::parse(deepClose).value_or(nullptr)), malformed);
     expectNothingBut(decodeBridgeMessage("corvaneSDKBridge", event("close")), malformed);
     expectNothingBut(decodeBridgeMessage("OtherBridge", event("close")), malformed);
+
+    // The page's text: an escape cut at its end stays cut, and so not JSON.
+    const std::string head = R"({"eventName":"close","data":{"m": ")", tail = R"("}})";
+    for (const char* cut : {R"(\ud83)", R"(\ud83d\)", R"(\ud83d\ude0)", "\\"})
+        expectNothingBut(post(readBridgeMessage(head + cut)), malformed);
+    // Up to 1 MiB of text, escaped backslashes all the way, is read; a byte more is not.
+    const std::string longest = head + std::string((1 << 20) - head.size() - tail.size(), '\\') + tail;
+    EXPECT_TRUE(post(readBridgeMessage(longest)).dismiss);
+    expectNothingBut(post(readBridgeMessage(longest + " ")), malformed);
 }
 
 }  // namespace

@@ -209,7 +209,33 @@ TEST_F(PurchasePage, TheServiceCertificateIsTrustedThroughTheGivenAuthorityOnly)
     EXPECT_THAT(results, IsEmpty());
 }
 
-TEST_F(PurchasePage, PagesAHostPresentsLogThroughTheSharedLogger) {
+TEST_F(PurchasePage, PagesAHostPresentsLogThroughTheSharedLoggerOrNotAtAll) {
+    EndpointOverrides overrides;
+    overrides.caFile = service->caFile();
+    FacadeAccess::setOverrides(LXHotelsFermoSDK::shared(), overrides);
+    const auto present = [&] {
+        window = LXPurchaseWindow::present(
+            host, service->micrositeBase() + "?lxtest=ready",
+            [this](const LXFermoPurchaseResult& r) { results.push_back(describe(r)); }, [this] { closed = true; });
+    };
+    // Before any logger: no line anywhere, the machine's log included. GLib
+    // takes one writer per process.
+    static int machineLogLines = 0;
+    static const GLogWriterFunc counter = [](GLogLevelFlags level, const GLogField* fields, gsize count, gpointer) {
+        for (gsize i = 0; i < count; ++i) {
+            const auto* value = static_cast<const char*>(fields[i].value);
+            if (g_str_equal(fields[i].key, "GLIB_DOMAIN") && !g_strcmp0(value, "LXHotelsFermo")) ++machineLogLines;
+        }
+        return g_log_writer_default(level, fields, count, nullptr);
+    };
+    [[maybe_unused]] static const bool counting = (g_log_set_writer_func(counter, nullptr, nullptr), true);
+    machineLogLines = 0;
+    present();
+    ASSERT_TRUE(waitUntilReady());
+    evaluate(page().webView(), "window.CorvaneSDKBridge.event('Close'); window.CorvaneSDKBridge.event('close'); 0");
+    ASSERT_TRUE(waitUntilClosed());
+    EXPECT_EQ(machineLogLines, 0);
+
     ManualQueue queue;
     FakeHttpClient intake{queue};
     RecordingSystemLog systemLog;
@@ -218,13 +244,9 @@ TEST_F(PurchasePage, PagesAHostPresentsLogThroughTheSharedLogger) {
     struct Uninstall {
         ~Uninstall() { processLoggerSlot().clear(); }
     } uninstall;
-    EndpointOverrides overrides;
-    overrides.caFile = service->caFile();
-    FacadeAccess::setOverrides(LXHotelsFermoSDK::shared(), overrides);
-
-    window = LXPurchaseWindow::present(
-        host, service->micrositeBase() + "?lxtest=ready",
-        [this](const LXFermoPurchaseResult& r) { results.push_back(describe(r)); }, [this] { closed = true; });
+    closed = false;
+    results.clear();
+    present();
     ASSERT_TRUE(waitUntilReady());
     evaluate(page().webView(), "window.CorvaneSDKBridge.event('Close'); 0");
     ASSERT_TRUE(runMainLoopUntil([&] { return !intake.requests().empty(); }, kPageTimeout));
@@ -277,6 +299,12 @@ TEST_F(PurchasePage, AServiceThatAnswersBadlyIsOneErrorOnlyWhenAskedFor) {
     // The page's own "error" after the failing status is not a second result.
     service->setFault(purchasePage, {.status = 503, .count = 1});
     open("error", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
+    expectOneError("Unable to load the purchase page: the service answered with HTTP status 503");
+
+    // A page that moves on by script before it is ready is still loading: where it lands counts.
+    service->setFault(purchasePage, {.body = "<script>location.replace('/cloud/hotels/terms')</script>", .count = 1});
+    service->setFault("/cloud/hotels/terms", {.status = 503, .count = 1});
+    open("ready", {.reportLoadFailures = true, .readyTimeoutSeconds = 0});
     expectOneError("Unable to load the purchase page: the service answered with HTTP status 503");
 
     service->setFault(purchasePage, {.truncate = 300, .count = 1});

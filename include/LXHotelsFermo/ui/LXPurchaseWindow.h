@@ -35,11 +35,13 @@ struct LXPurchasePageOptions {
     //   "The purchase page stopped: its web process " followed by
     //     "crashed", "ran out of memory" or "was ended";
     //   "The purchase page was not ready within N seconds".
-    // Only the page's own first load can fail it: a link in the loaded page
-    // that fails, or answers with an error status, is the page's business.
-    // Its web process ending fails it at any time. "purchased" still leaves
-    // the page up; after the failure, or the page's "close" or "error",
-    // nothing more is reported.
+    // Only the page's own first load can fail it, and that lasts until the
+    // page has said "ready" and finished loading: a page it moves on to by
+    // script or meta refresh before then counts. After that, a link in the
+    // page that fails, or answers with an error status, is the page's
+    // business. Its web process ending fails it at any time. "purchased"
+    // still leaves the page up; after the failure, or the page's "close" or
+    // "error", nothing more is reported.
     bool reportLoadFailures = false;
     // With reportLoadFailures: how long the page may take to say "ready".
     // Zero or less: no limit.
@@ -53,8 +55,8 @@ public:
     // `callback` receives each result the page reports, on the main context.
     // The window closes itself when the page asks to be dismissed; `onClosed`
     // runs once when the window is gone, however it was closed. The page
-    // logs through the shared facade's logger (the system log while there is
-    // none). The returned window belongs to GTK: close it with
+    // logs through the shared facade's logger, and not at all while there is
+    // none. The returned window belongs to GTK: close it with
     // gtk_window_close, never unref it.
     static GtkWindow* present(GtkWindow* host, std::optional<std::string> url, LXPurchaseCallback callback,
                               std::function<void()> onClosed = {}, LXPurchasePageOptions options = {});

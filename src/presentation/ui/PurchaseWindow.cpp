@@ -96,7 +96,7 @@ GtkWindow* LXPurchaseWindow::present(GtkWindow* host, std::optional<std::string>
     setup.pageOptions = options;
     // The shared facade's logger and extra CA, as its button wrappers use them.
     LXHotelsFermoSDK& sdk = LXHotelsFermoSDK::shared();
-    setup.log = lxhf::ui::loggerSink(lxhf::FacadeAccess::log(sdk), lxhf::ui::systemLogSink());
+    setup.log = lxhf::ui::loggerSink(lxhf::FacadeAccess::log(sdk));
     setup.caFile = lxhf::FacadeAccess::overrides(sdk).caFile;
     return lxhf::ui::presentPurchaseWindow(std::move(setup));
 }

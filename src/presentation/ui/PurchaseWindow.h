@@ -25,7 +25,7 @@ struct PurchaseWindowSetup {
     LXPurchaseCallback purchaseCallback;
     std::function<void()> onClosed;  // once, when the window is gone
     LXPurchasePageOptions pageOptions;
-    LogSink log;                                    // empty: systemLogSink()
+    LogSink log;                                    // empty: lines are skipped
     std::shared_ptr<UriLauncher> launcher;          // null: the desktop's browser
     std::optional<std::string> caFile;              // the library's extra CA, if any
     WebKitNetworkSession* networkSession = nullptr;  // tests only

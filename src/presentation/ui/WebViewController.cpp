@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "model/ErrorInfo.h"
-#include "platform/GLibSystemLog.h"
 #include "presentation/ui/ExtraAuthority.h"
 #include "presentation/ui/PageFailure.h"
 
@@ -16,20 +15,13 @@ namespace {
 
 constexpr const char* kControllerKey = "lxhf-web-view-controller";
 
-// A bridge message names an event and perhaps a short text; this is far
-// more than any, and reading more would only hold up the main context.
-constexpr std::size_t kMaximumMessageBytes = 1 << 20;
-
 // The page's value as JSON; null when it has none (undefined, functions).
 json::Json toJson(JSCValue* value) {
     char* text = value ? jsc_value_to_json(value, 0) : nullptr;
     if (!text) return nullptr;
-    // The one JSON reader, so the page's message meets the same limits as any
-    // answer; what it refuses takes the malformed-message path.
-    const std::string_view message(text);
-    auto parsed = message.size() <= kMaximumMessageBytes ? json::parse(message) : std::nullopt;
+    json::Json message = readBridgeMessage(text);
     g_free(text);
-    return parsed ? std::move(*parsed) : json::Json(nullptr);
+    return message;
 }
 
 bool isWebAddress(const char* uri) {
@@ -65,20 +57,8 @@ private:
 
 }  // namespace
 
-LogSink systemLogSink() {
-    return [](const LogLine& line) {
-        GLibSystemLog().write(line.level == LogLine::Level::info ? SystemLog::Type::info : SystemLog::Type::error,
-                              line.message);
-    };
-}
-
-LogSink loggerSink(LoggerSlot& slot, LogSink fallback) {
-    return [&slot, fallback = std::move(fallback)](const LogLine& line) {
-        if (slot.get())
-            writeTo(slot, line);
-        else if (fallback)
-            fallback(line);
-    };
+LogSink loggerSink(LoggerSlot& slot) {
+    return [&slot](const LogLine& line) { writeTo(slot, line); };
 }
 
 // GObject signal entry points; each forwards to the controller it was
@@ -108,9 +88,18 @@ struct WebViewControllerSignals {
         } else if (event != WEBKIT_LOAD_STARTED && event != WEBKIT_LOAD_REDIRECTED && controller->requestTimer_) {
             g_source_remove(std::exchange(controller->requestTimer_, 0));
         }
-        if (event == WEBKIT_LOAD_COMMITTED) controller->checkAnswerStatus();
-        // A certificate about to be retried leaves the page's own load open.
-        if (event == WEBKIT_LOAD_FINISHED && !controller->retrySource_) controller->firstLoadOver_ = true;
+        using Load = WebViewController::Load;
+        if (event == WEBKIT_LOAD_STARTED) controller->load_ = Load::pending;
+        if (event == WEBKIT_LOAD_COMMITTED) {
+            controller->load_ = Load::committed;
+            controller->checkAnswerStatus();
+        }
+        // A load replaced before it committed, or a certificate about to be
+        // retried, finishes too, with nothing shown.
+        if (event == WEBKIT_LOAD_FINISHED && controller->load_ == Load::committed) {
+            controller->load_ = Load::finished;
+            controller->endFirstLoadIfShown();
+        }
     }
 
     static gboolean requestTimedOut(gpointer self) {
@@ -123,6 +112,7 @@ struct WebViewControllerSignals {
 
     static gboolean loadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError* error, gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
+        controller->load_ = WebViewController::Load::pending;
         // Once the page has loaded, a link in it that fails is the page's business.
         if (!controller->setup_.pageOptions.reportLoadFailures || controller->firstLoadOver_) return FALSE;
         KeepAlive alive{controller->overlay_, controller->webView_};
@@ -189,7 +179,7 @@ WebViewController* WebViewController::from(GtkWidget* widget) {
 
 WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
     : setup_(std::move(setup)), micrositeOrigin_(originOf(url)) {
-    if (!setup_.log) setup_.log = systemLogSink();
+    if (!setup_.log) setup_.log = [](const LogLine&) {};
     if (!setup_.launcher) setup_.launcher = makeDesktopUriLauncher();
 
     contentManager_ = webkit_user_content_manager_new();
@@ -264,6 +254,7 @@ void WebViewController::apply(const BridgeAction& action) {
         ready_ = true;
         if (readyTimer_) g_source_remove(std::exchange(readyTimer_, 0));
         stopSpinner();
+        endFirstLoadIfShown();
     }
     if (action.dismiss) {
         finished_ = true;
@@ -277,6 +268,10 @@ void WebViewController::stopSpinner() {
     if (!spinner_) return;  // the host's callback may already have closed the page
     gtk_spinner_stop(GTK_SPINNER(spinner_));
     gtk_widget_set_visible(spinner_, FALSE);
+}
+
+void WebViewController::endFirstLoadIfShown() {
+    if (ready_ && load_ == Load::finished) firstLoadOver_ = true;
 }
 
 // WebKit shows the page of an error status like any other; only the status

@@ -24,19 +24,16 @@ namespace lxhf::ui {
 
 using LogSink = std::function<void(const LogLine&)>;
 
-// Writes through the machine's log until the shared logger takes its place.
-LXHF_UI_EXPORT LogSink systemLogSink();
-// Writes through the logger `slot` holds at the time of each line; while it
-// holds none, through `fallback`, or nowhere when that is empty. The slot
-// must outlive the sink.
-LXHF_UI_EXPORT LogSink loggerSink(LoggerSlot& slot, LogSink fallback = {});
+// Writes through the logger `slot` holds at the time of each line, and
+// nowhere while it holds none. The slot must outlive the sink.
+LXHF_UI_EXPORT LogSink loggerSink(LoggerSlot& slot);
 
 inline constexpr std::string_view kRefusedNonWebLink = "Refused to open a link that is not http or https";
 
 struct WebViewSetup {
     LXPurchaseCallback purchaseCallback;   // may be empty
     std::function<void()> dismiss;         // asks the presenter to take the page down; may be empty
-    LogSink log;                           // empty: systemLogSink()
+    LogSink log;                           // empty: lines are skipped
     std::shared_ptr<UriLauncher> launcher;  // null: the desktop's browser
     // The extra CA the library was given, if any: a certificate it signed is
     // accepted for the microsite's host, as the API calls accept it.
@@ -87,6 +84,7 @@ private:
 
     void apply(const BridgeAction& action);
     void stopSpinner();
+    void endFirstLoadIfShown();
     void checkAnswerStatus();
     void reportPageFailure(std::string message);
     void openInBrowser(WebKitNavigationAction* action);
@@ -104,7 +102,13 @@ private:
     bool released_ = false;
     bool ready_ = false;
     bool finished_ = false;  // the page was dismissed or reported as failed
-    bool firstLoadOver_ = false;  // only the page's own load can fail it; later navigations cannot
+    // Only the page's first load can fail it, later navigations cannot. A
+    // page that redirects by script or meta refresh has committed and
+    // finished before the next load starts, so the first load lasts until
+    // the page has also said "ready".
+    bool firstLoadOver_ = false;
+    enum class Load { pending, committed, finished };
+    Load load_ = Load::pending;  // the latest load; pending again once it fails
     bool abandoned_ = false;  // no result is reported any more
     bool requestTimedOut_ = false;
     guint requestTimer_ = 0;
