@@ -88,10 +88,6 @@ public:
     void submit(std::function<void()> work, std::function<void()> then) override {
         items_.push_back({std::move(work), std::move(then)});
     }
-    bool waitUntilIdle(std::chrono::milliseconds) override {
-        runWork();
-        return true;
-    }
     void runWork() {
         for (auto& item : items_)
             if (item.work) std::exchange(item.work, nullptr)();

@@ -2,10 +2,6 @@
 
 namespace lxhf {
 
-namespace {
-constexpr std::chrono::milliseconds kTerminationWait{200};
-}
-
 std::shared_ptr<LXCorvaneInternal> LXCorvaneInternal::create(OfferBoard& board, EngineParts parts, std::string token,
                                                              const std::string& systemVersion, bool isTablet,
                                                              LXEnvironment environment) {
@@ -46,8 +42,7 @@ void LXCorvaneInternal::pathChanged(bool satisfied) {
 }
 
 void LXCorvaneInternal::removeStoredSession() {
-    sessions_->removeStoredSession();
-    parts_.background.waitUntilIdle(kTerminationWait);
+    sessions_->removeStoredSessionNow();
 }
 
 void LXCorvaneInternal::updateUser(const std::optional<std::string>& userId) {

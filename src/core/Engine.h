@@ -46,8 +46,8 @@ public:
     void updateUser(const std::optional<std::string>& userId);
     LXResult<bool, LXErrorInfo> onShown(const LXOfferResponse& response) { return events_->onShown(response); }
     // Termination: the logger goes, the session store is emptied and saved.
-    // The one call that blocks, as the process is ending, and then only
-    // briefly, for the empty file to land.
+    // The one call that blocks, as the process is ending: it writes the
+    // empty file itself rather than wait for the worker.
     void removeStoredSession();
 
     const LXEnvironment& environment() const noexcept { return environment_; }

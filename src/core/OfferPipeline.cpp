@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "model/ErrorInfo.h"
 #include "model/RecordHash.h"
@@ -94,11 +95,38 @@ void OfferPipeline::refresh(LXRefresh type) {
             board_.setState(i, LXFermoOfferState::loading());
         }
         board_.publishIfChanged();
+        // An answer that came before this call may set these entries again
+        // before the rooms are queued: they go back to loading then. Entries
+        // listed after this call are not this call's to queue.
+        if (!turns_.empty()) {
+            inTurn([this, rooms] {
+                const auto& offers = board_.offers();
+                for (std::size_t i = 0; i < rooms.size() && i < offers.size(); ++i)
+                    if (RoomDetailsAccess::room(offers[i]) == rooms[i])
+                        board_.setState(i, LXFermoOfferState::loading());
+            });
+        }
     }
     queueRooms(rooms);
 }
 
+// The host sees its entries at once, but the rooms join the queue only after
+// the answers that came before them, which would otherwise drop them with the
+// batches they answer. The wait restarts now, as the fetch it ends in takes
+// its turn too.
 void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
+    if (turns_.empty()) enqueue(rooms);
+    else if (!rooms.empty()) inTurn([this, rooms] { enqueue(rooms); });
+
+    // A fresh debouncer abandons the pending run of the old one.
+    std::weak_ptr<OfferPipeline> weak = weak_from_this();
+    debouncer_ = std::make_unique<Debouncer>(mainQueue_, kOffersDelay, [weak] {
+        if (auto self = weak.lock()) self->inTurn([pipeline = self.get()] { pipeline->fetchQueued(); });
+    });
+    if (networkConnected_) debouncer_->call();
+}
+
+void OfferPipeline::enqueue(const std::vector<LXRoomDetails>& rooms) {
     for (const auto& room : rooms) {
         const auto& data = details(room);
         auto& arrivals = queueByKey_[roomKeyHash(data.booking, data.hotel)];
@@ -113,13 +141,6 @@ void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
             arrivals.push_back(nextArrival_++);
         }
     }
-
-    // A fresh debouncer abandons the pending run of the old one.
-    std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    debouncer_ = std::make_unique<Debouncer>(mainQueue_, kOffersDelay, [weak] {
-        if (auto self = weak.lock()) self->fetchQueued();
-    });
-    if (networkConnected_) debouncer_->call();
 }
 
 std::vector<LXRequestOffersBatch> OfferPipeline::queued() const {
@@ -130,7 +151,28 @@ std::vector<LXRequestOffersBatch> OfferPipeline::queued() const {
 }
 
 void OfferPipeline::resume() {
-    if (!queue_.empty()) debouncer_->call();
+    // Rooms still waiting for their turn count as queued.
+    if (!queue_.empty() || !turns_.empty()) debouncer_->call();
+}
+
+void OfferPipeline::inTurn(std::function<void()> step) {
+    if (turns_.empty()) return step();
+    turns_.push_back(std::make_shared<std::function<void()>>(std::move(step)));
+}
+
+void OfferPipeline::takeTurns() {
+    const bool outer = std::exchange(takingTurns_, true);
+    while (!turns_.empty() && *turns_.front()) {
+        const Turn turn = std::move(turns_.front());
+        turns_.pop_front();
+        (*turn)();
+    }
+    takingTurns_ = outer;
+    publish();
+}
+
+void OfferPipeline::publish() {
+    if (!takingTurns_) board_.publishIfChanged();
 }
 
 // Encoding is most of a fetch's cost on the main context, so every batch's
@@ -229,10 +271,22 @@ void OfferPipeline::readAnswer(SharedBatch batch, HttpResult result, std::functi
         }
         return Decoded{matchRooms(*batch, responses), std::nullopt};
     };
-    if (decodeHere) return finishReading(decode(), std::move(done));
+    if (decodeHere) {
+        return inTurn([this, decoded = decode(), done = std::move(done)]() mutable {
+            finishReading(std::move(decoded), std::move(done));
+        });
+    }
+    // Its turn is taken now and becomes ready when the worker is done.
+    auto turn = std::make_shared<std::function<void()>>();
+    turns_.push_back(turn);
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    computeInBackground(background_, std::move(decode), [weak, done = std::move(done)](Decoded decoded) mutable {
-        if (auto self = weak.lock()) self->finishReading(std::move(decoded), std::move(done));
+    computeInBackground(background_, std::move(decode), [weak, turn, done = std::move(done)](Decoded decoded) mutable {
+        auto self = weak.lock();
+        if (!self) return;
+        *turn = [pipeline = self.get(), decoded = std::move(decoded), done = std::move(done)]() mutable {
+            pipeline->finishReading(std::move(decoded), std::move(done));
+        };
+        self->takeTurns();
     });
 }
 
@@ -262,7 +316,7 @@ void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, const Matches
         else setErrorState(batch.roomsDetails[r]);
     }
     dropBatchesHolding(batch, batch.roomsDetails);
-    board_.publishIfChanged();
+    publish();
 }
 
 // Every batch holding an answered room goes, whole. Such a batch shares the

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -24,7 +25,9 @@ namespace lxhf {
 // writing each room's state back in place. Main context only, except that
 // requests are encoded and answers decoded and matched to rooms on
 // `background`; its callbacks hold it weakly and do nothing once the engine
-// is gone.
+// is gone. Answers and the host's calls take effect in the order they came,
+// as if each answer were applied the moment it arrived, however long its
+// decoding takes.
 class OfferPipeline : public std::enable_shared_from_this<OfferPipeline> {
 public:
     OfferPipeline(OfferBoard& board, SessionSource& sessions, ServiceApi& api, MainQueue& queue,
@@ -52,6 +55,15 @@ private:
         std::shared_ptr<const std::vector<LXRequestOffersBatch>> batches;
         std::vector<Body> bodies;
     };
+
+    void enqueue(const std::vector<LXRoomDetails>& rooms);
+    // Runs `step` now, or after the answers still decoding that came before
+    // it and the steps queued behind them.
+    void inTurn(std::function<void()> step);
+    void takeTurns();
+    // Subscribers hear once for all the turns taken in one go, so a stale
+    // answer followed by a reload never shows.
+    void publish();
 
     void fetchQueued();
     void fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t index);
@@ -83,6 +95,10 @@ private:
     std::unordered_map<std::size_t, std::vector<std::uint64_t>> queueByKey_;
     std::uint64_t nextArrival_ = 0;
     std::unique_ptr<Debouncer> debouncer_;
+    // Empty until its answer is decoded; steps queued behind one are ready.
+    using Turn = std::shared_ptr<std::function<void()>>;
+    std::deque<Turn> turns_;
+    bool takingTurns_ = false;
     const LXErrorInfo fetchingError_;
 };
 

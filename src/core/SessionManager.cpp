@@ -9,6 +9,23 @@ namespace {
 const std::string kStoreKey(kSessionStoreKey);
 constexpr std::size_t kMaximumSessionAnswerBytes = 64 * 1024;
 
+constexpr std::string_view kRemovalSaveFailure = "Error saving sessionStore to disk on termination";
+
+enum class Saved { yes, noDirectory, failed, superseded };
+
+Saved writeStore(const CacheDirectory& cache, std::string_view text) {
+    auto root = cache.path();
+    if (!root) return Saved::noDirectory;
+    return writeWholeFileAtomically(*root / kSessionStoreFile, text) ? Saved::failed : Saved::yes;
+}
+
+// The warning belongs to the moment of saving: with no logger then, the one
+// made right after must not carry it.
+void reportSave(LoggerSlot& log, bool loggerPresent, Saved saved, std::string_view failureMessage) {
+    if (!loggerPresent || saved == Saved::yes || saved == Saved::superseded) return;
+    logWarn(log, saved == Saved::noDirectory ? kUnexpectedCacheError : failureMessage);
+}
+
 std::string newUuid() {
     gchar* raw = g_uuid_string_random();
     std::string uuid(raw);
@@ -172,22 +189,17 @@ void SessionManager::finishCreation(const std::optional<std::string>& askedFor,
 void SessionManager::saveStoreInBackground(std::string_view failureMessage) {
     auto text = store_->encode();
     if (!text) return logWarn(log_, failureMessage);
-    enum class Saved { yes, noDirectory, failed };
     std::weak_ptr<SessionManager> weak = weak_from_this();
-    // The warning belongs to the moment of saving: with no logger then, the
-    // one made right after must not carry it.
     const bool loggerPresent = log_.get() != nullptr;
     computeInBackground(
         background_,
-        [cache = cache_, text = std::move(text).value()] {
-            auto root = cache->path();
-            if (!root) return Saved::noDirectory;
-            return writeWholeFileAtomically(*root / kSessionStoreFile, text) ? Saved::failed : Saved::yes;
+        [cache = cache_, text = std::move(text).value(), gate = saveGate_, generation = saveGate_->generation] {
+            std::lock_guard lock(gate->mutex);
+            if (gate->generation != generation) return Saved::superseded;
+            return writeStore(*cache, text);
         },
         [weak, loggerPresent, message = std::string(failureMessage)](Saved saved) {
-            auto self = weak.lock();
-            if (!self || !loggerPresent || saved == Saved::yes) return;
-            logWarn(self->log_, saved == Saved::noDirectory ? kUnexpectedCacheError : std::string_view(message));
+            if (auto self = weak.lock()) reportSave(self->log_, loggerPresent, saved, message);
         });
 }
 
@@ -203,13 +215,30 @@ bool SessionManager::updateUser(const std::optional<std::string>& userId) {
     return true;
 }
 
-void SessionManager::removeStoredSession() {
+void SessionManager::dropStoredSession() {
     log_.clear();
     // Emptied whether or not it was loaded: what the file holds no longer counts.
     if (store_) store_->removeAll();
     else emptyStore();
-    // The logger is already gone, so a failure here is, in practice, silent.
-    saveStoreInBackground("Error saving sessionStore to disk on termination");
+}
+
+// The logger is already gone in both, so a failure to save is, in practice, silent.
+void SessionManager::removeStoredSession() {
+    dropStoredSession();
+    saveStoreInBackground(kRemovalSaveFailure);
+}
+
+void SessionManager::removeStoredSessionNow() {
+    dropStoredSession();
+    auto text = store_->encode();
+    if (!text) return logWarn(log_, kRemovalSaveFailure);
+    Saved saved;
+    {
+        std::lock_guard lock(saveGate_->mutex);
+        ++saveGate_->generation;
+        saved = writeStore(*cache_, text.value());
+    }
+    reportSave(log_, log_.get() != nullptr, saved, kRemovalSaveFailure);
 }
 
 }  // namespace lxhf

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,9 +23,10 @@ namespace lxhf {
 // Owns the current session and the store that carries it across launches
 // for 14 days. Main context only; callbacks hold it weakly. Concurrent asks
 // for a new session share one request when they would send the same inputs.
-// The session file is read and written only on `background`, whose items
-// run in order: the emptying that a user change or termination asks for
-// lands after every earlier write and before any later one.
+// The session file is read and written on `background`, whose items run in
+// order: the emptying that a user change asks for lands after every earlier
+// write and before any later one. Termination alone writes on the main
+// context, at once, and no save queued before it lands after it.
 class SessionManager : public SessionSource, public std::enable_shared_from_this<SessionManager> {
 public:
     struct Device {
@@ -44,9 +47,11 @@ public:
     // True when the user changed; the caller then refreshes every offer.
     bool updateUser(const std::optional<std::string>& userId);
     // Drops the shared logger, then empties the store and queues its save.
-    // Never waits: a caller that must see the file written waits on
-    // `background` itself.
     void removeStoredSession();
+    // The same at termination, but the empty store is written before this
+    // returns. Blocks for that write, and at most for a save the worker is
+    // writing at that moment, never for the rest of the worker's queue.
+    void removeStoredSessionNow();
 
     const std::optional<LXSession>& sessionIfMade() const noexcept { return session_; }
 
@@ -72,6 +77,7 @@ private:
     void finishCreation(const std::optional<std::string>& askedFor, LXResult<std::string, LXErrorInfo> created,
                         const LXDevice& device);
     void ensureLogger();
+    void dropStoredSession();
     void saveStoreInBackground(std::string_view failureMessage);
 
     ServiceApi& api_;
@@ -88,6 +94,15 @@ private:
     std::vector<std::function<void()>> waitingForStore_;
     std::optional<std::string> partnerUserId_;
     std::vector<Creation> creations_;
+    // What the worker's saves share with the termination write, which cannot
+    // wait behind a worker that may be decoding for a while: the two really
+    // run at once, so a lock keeps their writes apart. A save writes only if
+    // no termination came after it was queued.
+    struct SaveGate {
+        std::mutex mutex;
+        std::uint64_t generation = 0;  // changed on the main context only, under the lock
+    };
+    std::shared_ptr<SaveGate> saveGate_ = std::make_shared<SaveGate>();
 };
 
 // The locale sent with log records: the user's first language, "en_US" for C.

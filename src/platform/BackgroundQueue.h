@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -16,11 +15,6 @@ class BackgroundQueue {
 public:
     virtual ~BackgroundQueue() = default;
     virtual void submit(std::function<void()> work, std::function<void()> then) = 0;
-    // Blocks until every work item submitted so far has finished, or `limit`
-    // has passed; true when they finished. Continuations still run later on
-    // the main context. Only for a process that is ending and wants its last
-    // file write on disk.
-    virtual bool waitUntilIdle(std::chrono::milliseconds limit) = 0;
 };
 
 // Runs both halves at once on the caller: what tests and tools without a
@@ -31,7 +25,6 @@ public:
         work();
         then();
     }
-    bool waitUntilIdle(std::chrono::milliseconds) override { return true; }
 };
 
 // Computes `work()` in the background and hands its result to `done` on the

@@ -1,8 +1,6 @@
 #include "platform/GLibBackgroundQueue.h"
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 
 namespace lxhf {
 
@@ -83,26 +81,6 @@ void GLibBackgroundQueue::submit(std::function<void()> work, std::function<void(
     auto* job = new Job{std::move(work), id, continuations_, g_main_context_ref(context_), finishedJobs_};
     job->handedOver.store(true, std::memory_order_release);
     g_thread_pool_push(pool_, job, nullptr);
-}
-
-bool GLibBackgroundQueue::waitUntilIdle(std::chrono::milliseconds limit) {
-    // Items run in order, so a marker behind them finishes last. The marker
-    // is shared: when the wait gives up, the worker still signals into it.
-    struct Marker {
-        std::mutex mutex;
-        std::condition_variable reached;
-        bool done = false;
-    };
-    auto marker = std::make_shared<Marker>();
-    submit(
-        [marker] {
-            std::lock_guard lock(marker->mutex);
-            marker->done = true;
-            marker->reached.notify_all();
-        },
-        nullptr);
-    std::unique_lock lock(marker->mutex);
-    return marker->reached.wait_for(lock, limit, [&] { return marker->done; });
 }
 
 }  // namespace lxhf

@@ -26,7 +26,6 @@ public:
     GLibBackgroundQueue& operator=(const GLibBackgroundQueue&) = delete;
 
     void submit(std::function<void()> work, std::function<void()> then) override;
-    bool waitUntilIdle(std::chrono::milliseconds limit) override;
 
     // Main context only.
     struct Continuations {

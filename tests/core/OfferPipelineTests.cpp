@@ -3,6 +3,7 @@
 
 #include "CoreTestSupport.h"
 #include "support/HostileJson.h"
+#include "support/ManualBackgroundQueue.h"
 
 namespace lxhf::test {
 namespace {
@@ -227,6 +228,67 @@ TEST(OfferPipeline, SessionCreationFailureKeepsTheBatchForTheNextTrigger) {
     h.serveOffers();
     EXPECT_EQ(h.http->count("sessions"), 2u);
     EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available));
+}
+
+// Padded with offers for another hotel's rooms past 32 KiB, so the answer is
+// decoded on the worker.
+std::string largeAnswer(std::vector<LXOfferResponse> answer) {
+    for (int i = 0; i < 60; ++i) answer.push_back(responseFor(makeRoom("P" + std::to_string(i), "hotel-p")));
+    auto body = json::Encoder(json::KeyEncoding::convertToSnakeCase).encode(answer);
+    EXPECT_GT(body.size(), 32u * 1024);
+    return body;
+}
+
+TEST(OfferPipeline, AnswersTakeEffectInArrivalOrderWhateverTheirSizeAndBeforeLaterHostCalls) {
+    auto worker = std::make_shared<ManualBackgroundQueue>();
+    CoreHarness h(true, true, worker);
+    const auto fetch = [&] {
+        h.queue->advance(Seconds{0.2});
+        worker->runAll();
+        h.queue->runPending();
+    };
+    h.sdk->cacheOffers({a1});
+    fetch();
+    h.sdk->refreshCachedOffers(LXRefresh::all);
+    fetch();
+    ASSERT_EQ(h.http->pendingCount(), 2u);
+
+    // The older answer is still decoding when A2 joins A's batch, the newer
+    // answer arrives and the wait A2 started ends.
+    const auto old = makeResponse(LXOfferRequestRoom::from(details(a1).room), LXOfferResponseType::unavailableOffer, "old");
+    h.http->completeNext(FakeHttpClient::reply(201, largeAnswer({old})));
+    h.queue->runPending();
+    h.sdk->cacheOffers({a2});
+    h.http->completeNext(FakeHttpClient::reply(201, h.encoder.encode(std::vector{responseFor(a1)})));
+    fetch();
+    auto& board = FacadeAccess::board(*h.sdk);
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::loading));
+    EXPECT_EQ(board.response(a1)->offer.id, "fo-A1");
+    ASSERT_EQ(h.http->pendingCount(), 1u);
+    EXPECT_THAT(requestedRoomIds(h.http->pendingRequest(0)), ElementsAre("A2"));
+    h.serveOffers();
+
+    // A reload of everything and a new room while an answer decodes: both
+    // come after it, each room once.
+    h.sdk->refreshCachedOffers(LXRefresh::all);
+    fetch();
+    h.http->completeNext(FakeHttpClient::reply(201, largeAnswer({responseFor(a1), responseFor(a2)})));
+    h.queue->runPending();
+    const auto a3 = makeRoom("A3", "hotel-a");
+    h.sdk->refreshCachedOffers(LXRefresh::all);
+    h.sdk->cacheOffers({a3});
+    EXPECT_THAT(states(*h.sdk), ::testing::Each(State::loading));
+    bool staleShown = false;
+    auto watching = h.sdk->subscribeFermoOffers([&](const auto& offers) {
+        for (const auto& offer : offers) staleShown |= offer.state.kind() != State::loading;
+    });
+    fetch();
+    EXPECT_FALSE(staleShown) << "the old answer was published before the reload";
+    EXPECT_THAT(states(*h.sdk), ::testing::Each(State::loading));
+    ASSERT_EQ(h.http->pendingCount(), 1u);
+    EXPECT_THAT(requestedRoomIds(h.http->pendingRequest(0)), ElementsAre("A1", "A2", "A3"));
+    h.serveOffers();
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available, State::available));
 }
 
 }  // namespace

@@ -128,7 +128,6 @@ TEST_F(SessionFile, IsReadAndWrittenOnlyOnTheWorkerAndEmptiedBeforeANewSessionIs
 
     const int asked = h.cache->asks;
     h.sdk->updateUser("user-2");
-    EXPECT_EQ(worker->waits, 0);
     EXPECT_EQ(storeText(h.dir), stored) << "nothing is written on the main context";
     EXPECT_EQ(h.cache->asks, asked);
     h.queue->advance(Seconds{0.2});
@@ -154,13 +153,23 @@ TEST_F(SessionFile, AUserChangeWhileTheFileIsReadDiscardsWhatItHeld) {
     ASSERT_FALSE(h.http->requestsTo("fermo_offers").empty());
     for (const auto& request : h.http->requestsTo("fermo_offers"))
         EXPECT_EQ(headerValue(request, "LX-Session-ID"), "S1");
+}
 
-    // Termination waits, briefly, for the worker: the process is ending.
+TEST_F(SessionFile, IsEmptiedAtTerminationWithoutWaitingForTheWorkerAndNoEarlierSaveLandsAfter) {
+    h.clock->advance(Seconds{15 * 86400.0});  // the stored session has expired
+    h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+    h.queue->advance(Seconds{0.2});
+    worker->runAll();
+    h.queue->runPending();
+    ASSERT_EQ(worker->pending(), 1u) << "the new session's save";
+    ASSERT_EQ(storeText(h.dir), stored);
     ASSERT_NE(FacadeAccess::log(*h.sdk).get(), nullptr);
+
     h.sdk->applicationWillTerminate();
-    EXPECT_EQ(worker->waits, 1);
     EXPECT_EQ(storeText(h.dir), "[]");
     EXPECT_EQ(FacadeAccess::log(*h.sdk).get(), nullptr);
+    worker->runAll();
+    EXPECT_EQ(storeText(h.dir), "[]");
 }
 
 }  // namespace

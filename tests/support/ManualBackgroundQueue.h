@@ -15,11 +15,6 @@ public:
     void submit(std::function<void()> work, std::function<void()> then) override {
         items_.push_back({std::move(work), std::move(then)});
     }
-    bool waitUntilIdle(std::chrono::milliseconds) override {
-        ++waits;
-        runAll();
-        return true;
-    }
 
     std::size_t pending() const { return items_.size(); }
     // The oldest item's work, then its continuation.
@@ -32,8 +27,6 @@ public:
     void runAll() {
         while (!items_.empty()) runNext();
     }
-
-    int waits = 0;
 
 private:
     std::deque<std::pair<std::function<void()>, std::function<void()>>> items_;
