@@ -14,8 +14,9 @@ namespace {
 
 constexpr Seconds kOffersDelay{0.2};
 constexpr const char* kRequestType = "create_rooms_deposit_offer";
-// About forty offers: a quarter of a millisecond to decode on this context.
-constexpr std::size_t kDecodeInPlaceBytes = 32 * 1024;
+// A handful of offers. Ten already take 0.2 to 0.5 ms, and answers arriving
+// together are decoded back to back, which a host's frame would feel.
+constexpr std::size_t kDecodeInPlaceBytes = 4 * 1024;
 
 LXFermoOfferState stateFor(LXOfferResponseType type) {
     switch (type) {
