@@ -1,15 +1,20 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "LXHotelsFermo/LXEndpoints.h"
 #include "LXHotelsFermo/LXEnvironmentType.h"
 #include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXFermoOffer.h"
 #include "LXHotelsFermo/LXPublisher.h"
+#include "LXHotelsFermo/LXPurchasePage.h"
+#include "LXHotelsFermo/LXResult.h"
 #include "LXHotelsFermo/LXRoomDetails.h"
 
 typedef struct _GApplication GApplication;
@@ -28,6 +33,10 @@ public:
     static LXHotelsFermoSDK& shared();
 
     void configure(std::string token, LXEnvironmentType environmentType);
+    // Points the library elsewhere (see LXEndpoints), like configure() before
+    // the engine is made. Returns false, changing nothing, once it exists.
+    bool setEndpoints(LXEndpoints endpoints);
+    const LXEndpoints& endpoints() const noexcept;
     void updateUser(std::optional<std::string> userId);
     // Lists each new room as loading and fetches its offer.
     void cacheOffers(const std::vector<LXRoomDetails>& rooms);
@@ -38,6 +47,26 @@ public:
     void setFermoOffers(Offers offers);
     // Delivers the current list at once, then every change, on the main context.
     [[nodiscard]] LXSubscription subscribeFermoOffers(std::function<void(const Offers&)> onChange);
+
+    // Presenting the purchase page in a view of the host's own; the GTK
+    // button wrapper is built on these.
+    //
+    // The page's address for `room`, from its latest signed full offer, the
+    // token and the session; or why there is none, which is logged (at info
+    // level when there is no signed full offer). Compose it when the room's
+    // button is built and again whenever offerResponseRevision(room)
+    // changes; show the page at the address composed last.
+    LXResult<std::string, LXNoPurchaseAddress> purchaseAddress(const LXRoomDetails& room);
+    // Changes each time the service's answer for `room` is replaced; 0
+    // while there is none.
+    std::uint64_t offerResponseRevision(const LXRoomDetails& room) const;
+    // Call each time the room's button appears: reports its offer as shown
+    // (sent in batches), or logs that the room has no answer yet.
+    void reportShown(const LXRoomDetails& room);
+    // One message the page posted to the handler `handlerName`, as JSON
+    // text: logs what the bridge logs and says what the view must do.
+    LXPurchasePageAction pageMessage(std::string_view bodyJson,
+                                     std::string_view handlerName = LXPurchasePageBridge::handlerName);
 
     // Empties the stored session. Call at normal shutdown, or let
     // connectApplicationShutdown() do it on the application's "shutdown".
