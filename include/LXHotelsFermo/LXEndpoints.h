@@ -13,11 +13,11 @@ struct LXEndpoints {
     // The purchase page's origin. A full URL is accepted; only its scheme,
     // host and port are used, the page's own path is always kept.
     std::optional<std::string> micrositeBase;
+    // The log intake's full URL, without its query.
+    std::optional<std::string> intakeUrl;
     // A PEM file of one more certificate authority, trusted beside the
     // system's for the API, the log intake and the purchase page.
     std::optional<std::string> caFile;
     // The folder of the session file, instead of the user's cache folder.
     std::optional<std::string> cacheDirectory;
-    // The log intake's full URL, without its query.
-    std::optional<std::string> intakeUrl;
 };

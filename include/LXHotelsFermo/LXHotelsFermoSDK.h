@@ -18,7 +18,6 @@
 #include "LXHotelsFermo/LXRoomDetails.h"
 
 typedef struct _GApplication GApplication;
-namespace lxhf { struct FacadeAccess; }
 
 // The library's one entry point. Call it from the GLib main context of the
 // thread that first used it; nothing here blocks, and every failure stays
@@ -77,9 +76,9 @@ public:
     LXHotelsFermoSDK(const LXHotelsFermoSDK&) = delete;
     LXHotelsFermoSDK& operator=(const LXHotelsFermoSDK&) = delete;
 
+    struct Impl;  // the library's own; opaque to hosts
+
 private:
-    struct Impl;
     explicit LXHotelsFermoSDK(std::unique_ptr<Impl> impl);
-    friend struct lxhf::FacadeAccess;
     std::unique_ptr<Impl> impl_;
 };

@@ -17,13 +17,13 @@ LXEnvironment LXEnvironment::forType(LXEnvironmentType type) {
 
 namespace lxhf {
 
-LXEnvironment EndpointOverrides::apply(LXEnvironment environment) const {
-    if (apiBase) {
-        environment.apiUrl = *apiBase;
+LXEnvironment applyEndpoints(const LXEndpoints& endpoints, LXEnvironment environment) {
+    if (endpoints.apiBase) {
+        environment.apiUrl = *endpoints.apiBase;
         if (environment.apiUrl.empty() || environment.apiUrl.back() != '/') environment.apiUrl += '/';
     }
-    if (micrositeBase) {
-        const std::string& base = *micrositeBase;
+    if (endpoints.micrositeBase) {
+        const std::string& base = *endpoints.micrositeBase;
         const auto schemeEnd = base.find("://");
         if (schemeEnd != std::string::npos) {
             environment.micrositeScheme = base.substr(0, schemeEnd);

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "LXHotelsFermo/LXEndpoints.h"
 #include "LXHotelsFermo/LXEnvironmentType.h"
 
 // The endpoints of one environment. The API base ends in "/" because endpoint
@@ -21,16 +22,9 @@ struct LXEnvironment {
 
 namespace lxhf {
 
-// Where tests, the demo and `lxfermo` point the library instead of the real
-// hosts. Set by code only; never read from files or the environment.
-struct EndpointOverrides {
-    std::optional<std::string> apiBase;        // "https://127.0.0.1:PORT/api/hotels/v1.0/"
-    std::optional<std::string> micrositeBase;  // "https://127.0.0.1:PORT"
-    std::optional<std::string> intakeUrl;      // full logs URL, without the query
-    std::optional<std::string> caFile;
-    std::optional<std::string> cacheDirectory;
+using EndpointOverrides = LXEndpoints;
 
-    LXEnvironment apply(LXEnvironment environment) const;
-};
+// The environment with each endpoint the host set in its place.
+LXEnvironment applyEndpoints(const LXEndpoints& endpoints, LXEnvironment environment);
 
 }  // namespace lxhf

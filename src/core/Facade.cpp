@@ -1,6 +1,6 @@
 #include "core/Facade.h"
 
-#include <gio/gio.h>
+
 
 #include "platform/GLibBackgroundQueue.h"
 #include "platform/GLibMainQueue.h"
@@ -10,45 +10,47 @@
 #include "platform/SystemNetworkMonitor.h"
 #include "platform/UserCacheDirectory.h"
 
-struct LXHotelsFermoSDK::Impl {
-    explicit Impl(lxhf::FacadeParts p) : parts(std::move(p)) {}
+using Impl = LXHotelsFermoSDK::Impl;
 
-    lxhf::FacadeParts parts;
-    std::string token;
-    LXEnvironmentType environmentType = LXEnvironmentType::staging;
-    lxhf::OfferBoard board;
-    std::shared_ptr<lxhf::HttpClient> http;
-    std::shared_ptr<lxhf::CacheDirectory> cache;
-    std::unique_ptr<lxhf::LoggerSlot> ownLoggerSlot;  // null for the process facade
-    lxhf::LoggerSlot* loggerSlot = nullptr;
-    std::shared_ptr<lxhf::LXCorvaneInternal> engine;
-    gulong shutdownHandler = 0;
-    GApplication* application = nullptr;
+LXEnvironment Impl::environment() const {
+    return lxhf::applyEndpoints(parts.overrides, LXEnvironment::forType(environmentType));
+}
 
-    LXEnvironment environment() const {
-        return parts.overrides.apply(LXEnvironment::forType(environmentType));
-    }
+lxhf::LXCorvaneInternal& Impl::obtainEngine() {
+    if (engine) return *engine;
+    http = parts.makeHttp(parts.overrides);
+    cache = parts.makeCache(parts.overrides);
+    if (!parts.background) parts.background = std::make_shared<lxhf::InlineBackgroundQueue>();
+    const LXEnvironment env = environment();
+    lxhf::EngineParts engineParts{*parts.queue,
+                                  *parts.clock,
+                                  *http,
+                                  cache,
+                                  *parts.background,
+                                  *loggerSlot,
+                                  *parts.systemLog,
+                                  parts.overrides.intakeUrl.value_or(lxhf::defaultIntakeLogsUrl()),
+                                  parts.makeMonitor ? parts.makeMonitor(env) : nullptr};
+    engine = lxhf::LXCorvaneInternal::create(board, std::move(engineParts), token, parts.device->systemVersion(),
+                                             parts.device->isTablet(), env);
+    return *engine;
+}
 
-    lxhf::LXCorvaneInternal& obtainEngine() {
-        if (engine) return *engine;
-        http = parts.makeHttp(parts.overrides);
-        cache = parts.makeCache(parts.overrides);
-        if (!parts.background) parts.background = std::make_shared<lxhf::InlineBackgroundQueue>();
-        const LXEnvironment env = environment();
-        lxhf::EngineParts engineParts{*parts.queue,
-                                      *parts.clock,
-                                      *http,
-                                      cache,
-                                      *parts.background,
-                                      *loggerSlot,
-                                      *parts.systemLog,
-                                      parts.overrides.intakeUrl.value_or(lxhf::defaultIntakeLogsUrl()),
-                                      parts.makeMonitor ? parts.makeMonitor(env) : nullptr};
-        engine = lxhf::LXCorvaneInternal::create(board, std::move(engineParts), token, parts.device->systemVersion(),
-                                                 parts.device->isTablet(), env);
-        return *engine;
-    }
-};
+void Impl::onShown(const LXOfferResponse& response) {
+    obtainEngine();
+    std::weak_ptr<lxhf::LXCorvaneInternal> weak = engine;
+    parts.queue->post([weak, response] {
+        // A refusal (no session id yet) is dropped on purpose: the event is lost.
+        if (auto made = weak.lock()) (void)made->onShown(response);
+    });
+}
+
+std::unique_ptr<LXHotelsFermoSDK> Impl::makeFacade(lxhf::FacadeParts parts) {
+    auto impl = std::make_unique<Impl>(std::move(parts));
+    impl->ownLoggerSlot = std::make_unique<lxhf::LoggerSlot>();
+    impl->loggerSlot = impl->ownLoggerSlot.get();
+    return std::unique_ptr<LXHotelsFermoSDK>(new LXHotelsFermoSDK(std::move(impl)));
+}
 
 LXHotelsFermoSDK::LXHotelsFermoSDK(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
@@ -61,7 +63,7 @@ LXHotelsFermoSDK::~LXHotelsFermoSDK() {
 LXHotelsFermoSDK& LXHotelsFermoSDK::shared() {
     // Deliberately never destroyed: hosts may still call in from exit handlers.
     static LXHotelsFermoSDK* const instance = [] {
-        auto sdk = lxhf::FacadeAccess::make(lxhf::systemParts());
+        auto sdk = Impl::makeFacade(lxhf::systemParts());
         sdk->impl_->ownLoggerSlot.reset();
         sdk->impl_->loggerSlot = &lxhf::processLoggerSlot();
         return sdk.release();
@@ -73,6 +75,14 @@ void LXHotelsFermoSDK::configure(std::string token, LXEnvironmentType environmen
     impl_->token = std::move(token);
     impl_->environmentType = environmentType;
 }
+
+bool LXHotelsFermoSDK::setEndpoints(LXEndpoints endpoints) {
+    if (impl_->engine) return false;
+    impl_->parts.overrides = std::move(endpoints);
+    return true;
+}
+
+const LXEndpoints& LXHotelsFermoSDK::endpoints() const noexcept { return impl_->parts.overrides; }
 
 void LXHotelsFermoSDK::updateUser(std::optional<std::string> userId) { impl_->obtainEngine().updateUser(userId); }
 
@@ -121,36 +131,6 @@ FacadeParts systemParts() {
         return std::make_unique<SystemNetworkMonitor>(*queue, env.apiUrl);
     };
     return parts;
-}
-
-std::unique_ptr<LXHotelsFermoSDK> FacadeAccess::make(FacadeParts parts) {
-    auto impl = std::make_unique<LXHotelsFermoSDK::Impl>(std::move(parts));
-    impl->ownLoggerSlot = std::make_unique<LoggerSlot>();
-    impl->loggerSlot = impl->ownLoggerSlot.get();
-    return std::unique_ptr<LXHotelsFermoSDK>(new LXHotelsFermoSDK(std::move(impl)));
-}
-
-void FacadeAccess::setOverrides(LXHotelsFermoSDK& sdk, EndpointOverrides overrides) {
-    sdk.impl_->parts.overrides = std::move(overrides);
-}
-
-const EndpointOverrides& FacadeAccess::overrides(const LXHotelsFermoSDK& sdk) { return sdk.impl_->parts.overrides; }
-const std::string& FacadeAccess::token(const LXHotelsFermoSDK& sdk) { return sdk.impl_->token; }
-LXEnvironment FacadeAccess::environment(const LXHotelsFermoSDK& sdk) { return sdk.impl_->environment(); }
-LXCorvaneInternal* FacadeAccess::engineIfMade(LXHotelsFermoSDK& sdk) { return sdk.impl_->engine.get(); }
-LXCorvaneInternal& FacadeAccess::engine(LXHotelsFermoSDK& sdk) { return sdk.impl_->obtainEngine(); }
-OfferBoard& FacadeAccess::board(LXHotelsFermoSDK& sdk) { return sdk.impl_->board; }
-LoggerSlot& FacadeAccess::log(LXHotelsFermoSDK& sdk) { return *sdk.impl_->loggerSlot; }
-MainQueue& FacadeAccess::queue(LXHotelsFermoSDK& sdk) { return *sdk.impl_->parts.queue; }
-
-void FacadeAccess::onShown(LXHotelsFermoSDK& sdk, const LXOfferResponse& response) {
-    auto& impl = *sdk.impl_;
-    impl.obtainEngine();
-    std::weak_ptr<LXCorvaneInternal> weak = impl.engine;
-    impl.parts.queue->post([weak, response] {
-        // A refusal (no session id yet) is dropped on purpose: the event is lost.
-        if (auto engine = weak.lock()) (void)engine->onShown(response);
-    });
 }
 
 }  // namespace lxhf

@@ -1,15 +1,18 @@
 #pragma once
 
-// The facade's internals, for the presentation layer, tests and tools.
+// The facade's internals: what it is built from, and its state.
 
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include <gio/gio.h>
+
 #include "LXHotelsFermo/LXHotelsFermoSDK.h"
 #include "core/Engine.h"
 #include "core/Environment.h"
+#include "infra/LoggerSlot.h"
 #include "platform/DeviceInfo.h"
 #include "platform/SystemLog.h"
 
@@ -34,12 +37,40 @@ struct FacadeParts {
 
 FacadeParts systemParts();
 
-struct LXHF_EXPORT FacadeAccess {
-    static std::unique_ptr<LXHotelsFermoSDK> make(FacadeParts parts);
-    // Before the engine exists only; later calls change nothing the engine uses.
-    static void setOverrides(LXHotelsFermoSDK& sdk, EndpointOverrides overrides);
-    static const EndpointOverrides& overrides(const LXHotelsFermoSDK& sdk);
+}  // namespace lxhf
 
+// The facade's state. Nested in the facade, so it may make facades and
+// reach theirs; the process-wide one and the test factory both go through it.
+struct LXHotelsFermoSDK::Impl {
+    explicit Impl(lxhf::FacadeParts p) : parts(std::move(p)) {}
+
+    static std::unique_ptr<LXHotelsFermoSDK> makeFacade(lxhf::FacadeParts parts);
+    static Impl& of(LXHotelsFermoSDK& sdk) { return *sdk.impl_; }
+    static const Impl& of(const LXHotelsFermoSDK& sdk) { return *sdk.impl_; }
+
+    lxhf::FacadeParts parts;
+    std::string token;
+    LXEnvironmentType environmentType = LXEnvironmentType::staging;
+    lxhf::OfferBoard board;
+    std::shared_ptr<lxhf::HttpClient> http;
+    std::shared_ptr<lxhf::CacheDirectory> cache;
+    std::unique_ptr<lxhf::LoggerSlot> ownLoggerSlot;  // null for the process facade
+    lxhf::LoggerSlot* loggerSlot = nullptr;
+    std::shared_ptr<lxhf::LXCorvaneInternal> engine;
+    gulong shutdownHandler = 0;
+    GApplication* application = nullptr;
+
+    LXEnvironment environment() const;
+    lxhf::LXCorvaneInternal& obtainEngine();
+    // Queued on the main context, as a shown report hops there.
+    void onShown(const LXOfferResponse& response);
+};
+
+namespace lxhf {
+
+// Tests only (not in the shared library): facades from parts, and a look inside.
+struct FacadeAccess {
+    static std::unique_ptr<LXHotelsFermoSDK> make(FacadeParts parts);
     static const std::string& token(const LXHotelsFermoSDK& sdk);
     // The environment in force, with any overrides applied.
     static LXEnvironment environment(const LXHotelsFermoSDK& sdk);
@@ -47,9 +78,6 @@ struct LXHF_EXPORT FacadeAccess {
     static LXCorvaneInternal& engine(LXHotelsFermoSDK& sdk);
     static OfferBoard& board(LXHotelsFermoSDK& sdk);
     static LoggerSlot& log(LXHotelsFermoSDK& sdk);
-    static MainQueue& queue(LXHotelsFermoSDK& sdk);
-    // The presentation reports a shown offer; queued on the main context.
-    static void onShown(LXHotelsFermoSDK& sdk, const LXOfferResponse& response);
 };
 
 }  // namespace lxhf

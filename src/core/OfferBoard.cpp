@@ -63,16 +63,29 @@ void OfferBoard::publishIfChanged() {
 }
 
 void OfferBoard::setResponse(const LXRoomDetails& room, SharedResponse response) {
-    responses_.insert_or_assign(room, std::move(response));
+    responses_.insert_or_assign(room, Stored{std::move(response), ++lastRevision_});
     dirty_ = true;
 }
 
-const LXOfferResponse* OfferBoard::response(const LXRoomDetails& room) const { return sharedResponse(room).get(); }
-
-OfferBoard::SharedResponse OfferBoard::sharedResponse(const LXRoomDetails& room) const {
+const OfferBoard::Stored* OfferBoard::stored(const LXRoomDetails& room) const {
     if (responses_.empty()) return nullptr;
     const auto found = responses_.find(room);
-    return found == responses_.end() ? nullptr : found->second;
+    return found == responses_.end() ? nullptr : &found->second;
+}
+
+const LXOfferResponse* OfferBoard::response(const LXRoomDetails& room) const {
+    const Stored* entry = stored(room);
+    return entry ? entry->response.get() : nullptr;
+}
+
+OfferBoard::SharedResponse OfferBoard::sharedResponse(const LXRoomDetails& room) const {
+    const Stored* entry = stored(room);
+    return entry ? entry->response : nullptr;
+}
+
+std::uint64_t OfferBoard::responseRevision(const LXRoomDetails& room) const {
+    const Stored* entry = stored(room);
+    return entry ? entry->revision : 0;
 }
 
 }  // namespace lxhf

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -37,10 +38,13 @@ public:
     // Responses are immutable once decoded, so one answer may serve several
     // entries without a copy.
     using SharedResponse = std::shared_ptr<const LXOfferResponse>;
-    const std::unordered_map<LXRoomDetails, SharedResponse>& responses() const noexcept { return responses_; }
+    std::size_t responseCount() const noexcept { return responses_.size(); }
     void setResponse(const LXRoomDetails& room, SharedResponse response);
     const LXOfferResponse* response(const LXRoomDetails& room) const;
     SharedResponse sharedResponse(const LXRoomDetails& room) const;
+    // Distinct for each response ever set, so a view can tell a new one
+    // from the one it used; 0 while the room has none.
+    std::uint64_t responseRevision(const LXRoomDetails& room) const;
 
 private:
     void index(std::size_t position);
@@ -50,7 +54,14 @@ private:
     std::unordered_map<LXRoomDetails, std::size_t> byDetails_;
     // Thirteen-field hash -> entry positions, ascending.
     std::unordered_map<std::size_t, std::vector<std::size_t>> byRequestRoom_;
-    std::unordered_map<LXRoomDetails, SharedResponse> responses_;
+    struct Stored {
+        SharedResponse response;
+        std::uint64_t revision;
+    };
+    const Stored* stored(const LXRoomDetails& room) const;
+
+    std::unordered_map<LXRoomDetails, Stored> responses_;
+    std::uint64_t lastRevision_ = 0;
 };
 
 std::size_t requestRoomHash(const LXRoom& room) noexcept;

@@ -91,7 +91,7 @@ TEST_F(CoreAgainstService, RoomsAcrossHotelsGetOneSignedRequestPerBookingAndHote
                                      ElementsAre("A3")));
 
     const auto& board = FacadeAccess::board(*sdk);
-    ASSERT_EQ(board.responses().size(), rooms.size());
+    ASSERT_EQ(board.responseCount(), rooms.size());
     EXPECT_EQ(board.response(rooms[1])->type, LXOfferResponseType::signedBaseOffer);
     const json::Encoder snakeCase(json::KeyEncoding::convertToSnakeCase);
     for (const auto& room : rooms) {

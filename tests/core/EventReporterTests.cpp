@@ -27,7 +27,9 @@ protected:
     }
 
     void show(const std::string& offerId) {
-        FacadeAccess::onShown(*h.sdk, responseFor(makeRoom("R-" + offerId, "hotel-a"), offerId));
+        const LXRoomDetails room = makeRoom("R-" + offerId, "hotel-a");
+        FacadeAccess::board(*h.sdk).setResponse(room, std::make_shared<LXOfferResponse>(responseFor(room, offerId)));
+        h.sdk->reportShown(room);
         h.queue->runPending();
     }
     void wait(double seconds) {
@@ -151,7 +153,9 @@ TEST_F(EventReporting, AHundredAndOneReportsLetTheFirstBeReportedAgain) {
 
 TEST(EventReportingWithoutSession, ShownOffersAreDroppedUntilASessionExists) {
     CoreHarness h;
-    FacadeAccess::onShown(*h.sdk, responseFor(makeRoom("A1", "hotel-a")));
+    const LXRoomDetails room = makeRoom("A1", "hotel-a");
+    FacadeAccess::board(*h.sdk).setResponse(room, std::make_shared<LXOfferResponse>(responseFor(room)));
+    h.sdk->reportShown(room);
     h.queue->runPending();
     EXPECT_THAT(h.engine().events().queued(), IsEmpty());
     EXPECT_FALSE(h.engine().sessions().sessionIfMade().has_value());  // not asked for either

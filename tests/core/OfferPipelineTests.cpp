@@ -31,7 +31,7 @@ TEST(OfferPipeline, NewRoomsListAsLoadingOnceEachAndAnswerTypesMapToStates) {
     EXPECT_EQ(error->message(), "Error fetching offer");
     EXPECT_FALSE(error->code().has_value());
     auto& board = FacadeAccess::board(*h.sdk);
-    EXPECT_EQ(board.responses().size(), 3u);
+    EXPECT_EQ(board.responseCount(), 3u);
     EXPECT_EQ(board.response(a2), nullptr);
     ASSERT_NE(board.response(a1), nullptr);
     EXPECT_EQ(board.response(a1)->offer.id, "fo-A1");

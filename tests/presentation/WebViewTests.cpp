@@ -213,9 +213,9 @@ TEST_F(PurchasePage, TheServiceCertificateIsTrustedThroughTheGivenAuthorityOnly)
 }
 
 TEST_F(PurchasePage, PagesAHostPresentsLogThroughTheSharedLoggerOrNotAtAll) {
-    EndpointOverrides overrides;
-    overrides.caFile = service->caFile();
-    FacadeAccess::setOverrides(LXHotelsFermoSDK::shared(), overrides);
+    LXEndpoints endpoints;
+    endpoints.caFile = service->caFile();
+    ASSERT_TRUE(LXHotelsFermoSDK::shared().setEndpoints(endpoints));
     const auto present = [&] {
         window = LXPurchaseWindow::present(
             host, service->micrositeBase() + "?lxtest=ready",
