@@ -41,7 +41,7 @@ FacadeParts systemParts();
 
 // The facade's state. Nested in the facade, so it may make facades and
 // reach theirs; the process-wide one and the test factory both go through it.
-struct LXHotelsFermoSDK::Impl {
+struct __attribute__((visibility("hidden"))) LXHotelsFermoSDK::Impl {
     explicit Impl(lxhf::FacadeParts p) : parts(std::move(p)) {}
 
     static std::unique_ptr<LXHotelsFermoSDK> makeFacade(lxhf::FacadeParts parts);

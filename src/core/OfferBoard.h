@@ -17,7 +17,7 @@ namespace lxhf {
 // indexes that return the same first match a front-to-back scan would.
 // Entries are only ever appended by the library; a list set by the host
 // rebuilds the indexes. Main context only.
-class LXHF_EXPORT OfferBoard {
+class OfferBoard {
 public:
     using Offers = std::vector<LXFermoOffer>;
 

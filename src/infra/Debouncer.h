@@ -3,7 +3,6 @@
 #include <functional>
 #include <memory>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "platform/MainQueue.h"
 
 namespace lxhf {
@@ -13,7 +12,7 @@ namespace lxhf {
 // Owned by the engine, which replaces a debouncer rather than changing its
 // action; a replaced or destroyed debouncer's pending run never happens.
 // Main context only; `queue` must outlive it.
-class LXHF_EXPORT Debouncer {
+class Debouncer {
 public:
     Debouncer(MainQueue& queue, Seconds delay, std::function<void()> action);
     ~Debouncer();

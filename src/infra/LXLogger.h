@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "LXHotelsFermo/LXEnvironmentType.h"
-#include "LXHotelsFermo/LXExport.h"
 #include "platform/HttpClient.h"
 #include "platform/SystemLog.h"
 
@@ -22,11 +21,11 @@ struct LXLoggerConfig {
 };
 
 // "staging" for staging, "production" for anything else.
-LXHF_EXPORT LXLoggerConfig makeLoggerConfig(LXEnvironmentType type, std::string locale,
+LXLoggerConfig makeLoggerConfig(LXEnvironmentType type, std::string locale,
                                             std::optional<std::string> sessionId);
 
 // "https://<intake host>/api/v2/logs".
-LXHF_EXPORT std::string defaultIntakeLogsUrl();
+std::string defaultIntakeLogsUrl();
 
 // What a logger needs to reach the outside. Both services must outlive every
 // logger made with them.
@@ -40,7 +39,7 @@ struct LoggerContext {
 // one record to the remote log intake (always). Never blocks, never reports
 // failure: the logger's own troubles go to the system log only. Main context
 // only; an answer that arrives after the logger is gone is dropped.
-class LXHF_EXPORT LXLogger {
+class LXLogger {
 public:
     LXLogger(LXLoggerConfig config, LoggerContext context);
     ~LXLogger();

@@ -11,7 +11,6 @@
 #include <unordered_set>
 #include <utility>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXResult.h"
 #include "infra/BoundedCache.h"
 #include "model/Date.h"
@@ -52,7 +51,7 @@ inline constexpr std::string_view kUnexpectedCacheError = "Unexpected cache erro
 // in LXStoreCoding.h and instantiated inside the library for the stores it
 // uses (see SessionStore.h).
 template <class Key, class Value>
-class LXHF_EXPORT LXStore {
+class LXStore {
 public:
     struct Entry {
         using Self = Entry;

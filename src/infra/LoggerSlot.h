@@ -3,7 +3,6 @@
 #include <memory>
 #include <string_view>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "infra/LXLogger.h"
 
 namespace lxhf {
@@ -12,7 +11,7 @@ namespace lxhf {
 // installs the logger supplies what it posts with. The engine keeps a
 // reference to a slot so tests can run several engines side by side; the
 // production wiring uses processLoggerSlot(). Main context only.
-class LXHF_EXPORT LoggerSlot {
+class LoggerSlot {
 public:
     LoggerSlot();
     ~LoggerSlot();
@@ -31,11 +30,11 @@ private:
 };
 
 // The slot of this process.
-LXHF_EXPORT LoggerSlot& processLoggerSlot();
+LoggerSlot& processLoggerSlot();
 
 // Do nothing while no logger is installed.
-LXHF_EXPORT void logInfo(const LoggerSlot& slot, std::string_view message);
-LXHF_EXPORT void logWarn(const LoggerSlot& slot, std::string_view message);
-LXHF_EXPORT void logError(const LoggerSlot& slot, std::string_view message);
+void logInfo(const LoggerSlot& slot, std::string_view message);
+void logWarn(const LoggerSlot& slot, std::string_view message);
+void logError(const LoggerSlot& slot, std::string_view message);
 
 }  // namespace lxhf

@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXResult.h"
 #include "infra/LXStore.h"
 #include "model/SessionRecords.h"
@@ -16,8 +15,8 @@ class LoggerSlot;
 
 using SessionStore = LXStore<std::string, LXSession>;
 // Built once inside the library; everyone else links to that copy.
-extern template class LXHF_EXPORT LXStore<std::string, LXSession>;
-extern template class LXHF_EXPORT LXStore<std::string, LXEvent>;
+extern template class LXStore<std::string, LXSession>;
+extern template class LXStore<std::string, LXEvent>;
 
 inline constexpr std::string_view kSessionStoreName = "sessionStore";
 inline constexpr std::string_view kSessionStoreFile = "sessionStore.cache";
@@ -27,11 +26,11 @@ inline constexpr std::uintmax_t kSessionStoreMaximumSize = 1 << 20;
 
 // Where "sessionStore.cache" lives; absent, after "Unexpected cache error",
 // when there is no cache directory.
-LXHF_EXPORT std::optional<std::filesystem::path> sessionStoreFile(const CacheDirectory& directory,
+std::optional<std::filesystem::path> sessionStoreFile(const CacheDirectory& directory,
                                                                   const LoggerSlot& logger);
 // Reads and decodes that file. Touches nothing shared, so it may run off the
 // main context; a missing, unreadable or malformed file is an error.
-LXHF_EXPORT LXResult<std::unique_ptr<SessionStore>, StoreError> readSessionStore(const std::filesystem::path& file,
+LXResult<std::unique_ptr<SessionStore>, StoreError> readSessionStore(const std::filesystem::path& file,
                                                                                  DateProvider dateProvider);
 
 }  // namespace lxhf

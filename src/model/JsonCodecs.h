@@ -85,7 +85,7 @@ struct Codec<bool> {
 
 // Accepts 1 and 1.0, refuses 1.5, "1" and true.
 template <>
-struct LXHF_EXPORT Codec<std::int64_t> {
+struct Codec<std::int64_t> {
     static constexpr std::string_view name = "Int";
     static Json encode(std::int64_t v, EncodeContext&) { return v; }
     static std::optional<std::int64_t> decode(const Json& j, DecodeContext& c);
@@ -93,7 +93,7 @@ struct LXHF_EXPORT Codec<std::int64_t> {
 
 // Whole values are written without ".0", as Foundation does.
 template <>
-struct LXHF_EXPORT Codec<double> {
+struct Codec<double> {
     static constexpr std::string_view name = "Double";
     static Json encode(double v, EncodeContext&);
     static std::optional<double> decode(const Json& j, DecodeContext& c) {

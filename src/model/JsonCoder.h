@@ -11,13 +11,12 @@
 #include <nlohmann/json.hpp>
 
 #include "LXHotelsFermo/LXDecodingError.h"
-#include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXJSONKeyStyle.h"
 #include "LXHotelsFermo/LXResult.h"
 #include "model/JsonLimits.h"
 #include "model/KeyConversion.h"
 
-// Out-of-line pieces carry LXHF_EXPORT so that tests and tools linking the
+// Out-of-line pieces carry so that tests and tools linking the
 // shared library can use the coder too.
 
 namespace lxhf::json {
@@ -36,15 +35,15 @@ inline KeyDecoding decodingFor(LXJSONKeyStyle style) {
 
 // Compact text, UTF-8 as it stands, "/" unescaped. Invalid UTF-8 is replaced
 // rather than thrown on.
-LXHF_EXPORT std::string serialize(const Json& json);
+std::string serialize(const Json& json);
 
 // Absent when the text is not JSON (invalid UTF-8 and a NUL between values
 // included), nests deeper than kMaximumNesting or is wider than the limits
 // above. Every reader of outside text comes through here.
-LXHF_EXPORT std::optional<Json> parse(std::string_view text);
+std::optional<Json> parse(std::string_view text);
 
 // Why a value could not be written as JSON.
-struct LXHF_EXPORT EncodingError {
+struct EncodingError {
     // Field names, map keys and "Index N", from the top to the failing value.
     std::vector<std::string> codingPath;
     std::string debugDescription;
@@ -66,7 +65,7 @@ public:
     const std::optional<EncodingError>& error() const { return error_; }
     EncodingError takeError() { return std::move(*error_); }
     // Records the failure at the current path; the first one is kept.
-    LXHF_EXPORT void fail(std::string description);
+    void fail(std::string description);
 
     void push(std::string_view key) { path_.emplace_back(key); }
     void push(std::size_t index) { path_.emplace_back(index); }
@@ -79,7 +78,7 @@ private:
 };
 
 // Tracks the coding path and the first failure while a value is decoded.
-class LXHF_EXPORT DecodeContext {
+class DecodeContext {
 public:
     explicit DecodeContext(KeyDecoding keys) : keys_(keys) {}
 
@@ -122,7 +121,7 @@ private:
 
 // The members of one JSON object, looked up by field name under the
 // decoder's key strategy (input keys converted first, as Foundation does).
-class LXHF_EXPORT ObjectView {
+class ObjectView {
 public:
     ObjectView(const Json& object, const DecodeContext& context);
     const Json* find(std::string_view fieldName) const;
@@ -133,7 +132,7 @@ private:
     std::vector<std::pair<std::string, const Json*>> convertedMembers_;
 };
 
-LXHF_EXPORT std::string keyNotFoundDescription(std::string_view key);
+std::string keyNotFoundDescription(std::string_view key);
 
 // Specialised per type in JsonCodecs.h:
 //   static Json encode(const T&, EncodeContext&);

@@ -3,17 +3,16 @@
 #include <string>
 #include <string_view>
 
-#include "LXHotelsFermo/LXExport.h"
 
 namespace lxhf::json {
 
 // Foundation's rules, byte for byte: a capital starts a word, and a run of
 // capitals ends one letter before the next lower-case letter
 // ("imageURL" -> "image_url", "myURLProperty" -> "my_url_property").
-LXHF_EXPORT std::string toSnakeCase(std::string_view key);
+std::string toSnakeCase(std::string_view key);
 
 // Keeps leading and trailing underscores, lower-cases the first piece and
 // capitalises the rest; a key without an inner "_" is left as it stands.
-LXHF_EXPORT std::string fromSnakeCase(std::string_view key);
+std::string fromSnakeCase(std::string_view key);
 
 }  // namespace lxhf::json

@@ -12,7 +12,7 @@
 #include "model/RoomDetailsRecords.h"
 
 // The first thirteen fields of LXRoom: the part of a room the service sees.
-struct LXHF_EXPORT LXOfferRequestRoom {
+struct LXOfferRequestRoom {
     using Self = LXOfferRequestRoom;
     std::string id;
     std::string merchantId;
@@ -127,7 +127,7 @@ struct LXRequestOffersBatch {
 namespace lxhf::json {
 
 template <>
-struct LXHF_EXPORT Codec<CodableValue> {
+struct Codec<CodableValue> {
     static constexpr std::string_view name = "CodableValue";
     static Json encode(const CodableValue& v, EncodeContext& c);
     // Tries string, integer, double, then boolean; the first that reads wins.

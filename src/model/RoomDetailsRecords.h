@@ -127,7 +127,7 @@ struct LXRoomDetailsData {
 namespace lxhf {
 
 // The library's own view into the public value types.
-struct LXHF_EXPORT RoomDetailsAccess {
+struct RoomDetailsAccess {
     static LXRoomDetails make(LXRoomDetailsData data);
     static const LXRoomDetailsData& data(const LXRoomDetails& room) { return *room.data_; }
     static LXFermoOffer makeOffer(LXRoomDetails room, LXFermoOfferState state) {

@@ -103,5 +103,5 @@ struct LXMicrositeHotel {
 
 namespace lxhf {
 // "yyyy-MM-dd'T'HH:mm:ss'Z'" in UTC, whole seconds.
-LXHF_EXPORT std::string formatEventTimestamp(std::chrono::system_clock::time_point t);
+std::string formatEventTimestamp(std::chrono::system_clock::time_point t);
 }  // namespace lxhf

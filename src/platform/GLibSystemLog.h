@@ -1,13 +1,12 @@
 #pragma once
 
-#include "LXHotelsFermo/LXExport.h"
 #include "platform/SystemLog.h"
 
 namespace lxhf {
 
 // Writes through GLib structured logging (journald when the host runs under
 // systemd), domain "LXHotelsFermo". Stateless; any thread.
-class LXHF_EXPORT GLibSystemLog final : public SystemLog {
+class GLibSystemLog final : public SystemLog {
 public:
     void write(Type type, std::string_view line) override;
 };

@@ -8,7 +8,6 @@
 #include <optional>
 #include <string_view>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXFermoOffer.h"
 #include "model/JsonCoder.h"
 #include "presentation/LogLine.h"
@@ -50,12 +49,12 @@ inline constexpr std::size_t kMaximumBridgeMessageBytes = 1 << 20;
 // The posted value from its JSON text; null when the text is too long or not
 // JSON. An escape of half a UTF-16 surrogate pair reads as U+FFFD: the page's
 // own string slicing can cut an emoji in two, and that must not lose the event.
-LXHF_EXPORT json::Json readBridgeMessage(std::string_view jsonText);
+json::Json readBridgeMessage(std::string_view jsonText);
 
 // `body` is the posted value as JSON; null when it had no JSON form.
-LXHF_EXPORT BridgeAction decodeBridgeMessage(std::string_view handlerName, const json::Json& body);
+BridgeAction decodeBridgeMessage(std::string_view handlerName, const json::Json& body);
 
 // One well-formed event. Names compare exactly, case included.
-LXHF_EXPORT BridgeAction bridgeEventAction(std::string_view eventName, const json::Json& data);
+BridgeAction bridgeEventAction(std::string_view eventName, const json::Json& data);
 
 }  // namespace lxhf

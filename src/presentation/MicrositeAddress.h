@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXResult.h"
 #include "LXHotelsFermo/LXRoomDetails.h"
 #include "model/OfferRecords.h"
@@ -44,12 +43,12 @@ struct MicrositeAddressInputs {
 };
 
 // The microsite URL with its nine query items, in their fixed order.
-LXHF_EXPORT LXResult<std::string, MicrositeAddressFailure> micrositeAddress(const MicrositeAddressInputs& inputs,
+LXResult<std::string, MicrositeAddressFailure> micrositeAddress(const MicrositeAddressInputs& inputs,
                                                                             const LXRoomDetails& roomDetails);
 
 // Replaces each of the 18 characters , " # % / < > [ ] ? @ \ ^ : ` { | }
 // with upper-case %XX and leaves everything else, "&", "=", "+" and space
 // included, for the URL builder. Absent when the text is not valid UTF-8.
-LXHF_EXPORT std::optional<std::string> escapeForMicrosite(std::string_view text);
+std::optional<std::string> escapeForMicrosite(std::string_view text);
 
 }  // namespace lxhf

@@ -5,7 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "LXHotelsFermo/LXExport.h"
 
 namespace lxhf {
 
@@ -13,7 +12,7 @@ namespace lxhf {
 // platform's URL components do: names and values keep A-Z a-z 0-9 and
 // -._~!$'()*+,;:@/? and everything else, "%", "&", "=", space and every
 // non-ASCII byte included, becomes upper-case %XX.
-class LXHF_EXPORT QueryBuilder {
+class QueryBuilder {
 public:
     struct Item {
         std::string name;
