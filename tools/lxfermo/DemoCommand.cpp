@@ -59,7 +59,7 @@ int runTerminal(DemoSetup& demo) {
     std::map<std::string, std::string> lastShown;  // room title -> last printed description
     auto subscription = sdk.subscribeFermoOffers([&](const LXHotelsFermoSDK::Offers& offers) {
         for (const auto& offer : offers) {
-            const DemoRoom* room = demo.find(roomOf(offer));
+            const DemoRoom* room = demo.find(offer);
             const std::string title = room ? room->title : "(unknown room)";
             std::string text = demo.describe(offer);
             auto& last = lastShown[title];
@@ -86,11 +86,12 @@ int runTerminal(DemoSetup& demo) {
     bool anyShown = false;
     for (const auto& offer : sdk.fermoOffers()) {
         if (offer.state.kind() != LXFermoOfferState::Kind::available) continue;
+        const DemoRoom* room = demo.find(offer);
+        if (!room) continue;
         bool ok = false;
-        const std::string address = demo.purchaseAddress(roomOf(offer), &ok);
-        const DemoRoom* room = demo.find(roomOf(offer));
-        std::printf("Tap \"%s\" opens:\n  %s\n", room ? room->title.c_str() : "?", address.c_str());
-        demo.reportShown(roomOf(offer));
+        const std::string address = demo.purchaseAddress(room->details, &ok);
+        std::printf("Tap \"%s\" opens:\n  %s\n", room->title.c_str(), address.c_str());
+        demo.reportShown(room->details);
         anyShown = true;
     }
     if (anyShown) {
