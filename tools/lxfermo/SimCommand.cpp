@@ -10,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include "CommandLine.h"
 #include "Commands.h"
@@ -32,9 +33,11 @@ constexpr const char* kSimSummary =
     "a fault's fields are status, body, headers, delay, drop, truncate and count.\n"
     "With --verbose, each request's line is followed by one more, indented further:\n"
     "its method, path and body, control characters written as \\n, \\r, \\t or \\xNN\n"
-    "so that a body takes exactly one line.";
+    "so that a body takes exactly one line; a body over 16 KiB is cut there.";
 
 constexpr guint kRequestPollMs = 250;
+// Far more than any request the library sends; a longer body is cut there.
+constexpr std::size_t kLongestBodyShown = 16 * 1024;
 
 std::optional<std::string> readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -57,7 +60,7 @@ struct SimRun {
 std::string bodyLine(const lxhf::testing::RecordedRequest& r) {
     std::string line = "    " + r.method + " " + r.path + " body: ";
     if (r.body.empty()) return line + "(empty)";
-    for (const char c : r.body) {
+    for (const char c : std::string_view(r.body).substr(0, kLongestBodyShown)) {
         const auto byte = static_cast<unsigned char>(c);
         if (c == '\n') line += "\\n";
         else if (c == '\r') line += "\\r";
@@ -70,6 +73,7 @@ std::string bodyLine(const lxhf::testing::RecordedRequest& r) {
             line += c;
         }
     }
+    if (r.body.size() > kLongestBodyShown) line += "... (" + std::to_string(r.body.size()) + " bytes in all)";
     return line;
 }
 
