@@ -34,8 +34,9 @@ public:
     lxhf::testing::FermoTestService& service() { return service_; }
     const std::vector<DemoRoom>& rooms() const { return rooms_; }
 
-    // The sample room `offer` is for; null for a room the demo did not make.
-    const DemoRoom* find(const LXFermoOffer& offer) const;
+    // The sample room at `index` in the facade's offer list; null for a
+    // room the demo did not make.
+    const DemoRoom* roomAt(std::size_t index) const;
     // "available", "unavailable", "error: Error fetching offer", ...
     static std::string describe(const LXFermoOffer& offer);
     // The purchase page for an available room, or why there is none.

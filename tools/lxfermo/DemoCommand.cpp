@@ -58,8 +58,9 @@ int runTerminal(DemoSetup& demo) {
     auto& sdk = demo.sdk();
     std::map<std::string, std::string> lastShown;  // room title -> last printed description
     auto subscription = sdk.subscribeFermoOffers([&](const LXHotelsFermoSDK::Offers& offers) {
-        for (const auto& offer : offers) {
-            const DemoRoom* room = demo.find(offer);
+        for (std::size_t i = 0; i < offers.size(); ++i) {
+            const auto& offer = offers[i];
+            const DemoRoom* room = demo.roomAt(i);
             const std::string title = room ? room->title : "(unknown room)";
             std::string text = demo.describe(offer);
             auto& last = lastShown[title];
@@ -84,9 +85,10 @@ int runTerminal(DemoSetup& demo) {
 
     // What a tap would open, and the "shown" reports the button would send.
     bool anyShown = false;
-    for (const auto& offer : sdk.fermoOffers()) {
-        if (offer.state.kind() != LXFermoOfferState::Kind::available) continue;
-        const DemoRoom* room = demo.find(offer);
+    const auto& offers = sdk.fermoOffers();
+    for (std::size_t i = 0; i < offers.size(); ++i) {
+        if (offers[i].state.kind() != LXFermoOfferState::Kind::available) continue;
+        const DemoRoom* room = demo.roomAt(i);
         if (!room) continue;
         bool ok = false;
         const std::string address = demo.purchaseAddress(room->details, &ok);

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "JsonText.h"
 
 namespace lxfermo {
 namespace {
@@ -114,14 +113,10 @@ DemoSetup::~DemoSetup() {
     if (!cacheDir_.empty()) std::filesystem::remove_all(cacheDir_, ignored);
 }
 
-// An offer does not hand out its room, so the room is read back from the
-// offer's JSON.
-const DemoRoom* DemoSetup::find(const LXFermoOffer& offer) const {
-    const auto parsed = parseLimited<json>(offer.toJSON());
-    if (!parsed || !parsed->is_object() || !parsed->contains("roomDetails")) return nullptr;
-    const auto room = LXRoomDetails::fromJSON(compactText((*parsed)["roomDetails"]));
-    if (!room) return nullptr;
-    auto it = std::find_if(rooms_.begin(), rooms_.end(), [&](const DemoRoom& r) { return r.details == *room; });
+const DemoRoom* DemoSetup::roomAt(std::size_t index) const {
+    const auto& sdk = LXHotelsFermoSDK::shared();
+    auto it = std::find_if(rooms_.begin(), rooms_.end(),
+                           [&](const DemoRoom& r) { return sdk.offerIndex(r.details) == index; });
     return it == rooms_.end() ? nullptr : &*it;
 }
 

@@ -122,7 +122,7 @@ struct DemoWindow {
     void update(const LXHotelsFermoSDK::Offers& offers) {
         for (std::size_t i = 0; i < offers.size(); ++i) {
             if (i >= rows.size()) {
-                const DemoRoom* room = demo.find(offers[i]);
+                const DemoRoom* room = demo.roomAt(i);
                 if (!room) break;  // only the demo's own rooms are cached
                 addRow(*room);
             }
