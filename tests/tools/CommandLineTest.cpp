@@ -17,6 +17,7 @@ namespace lxhf::test {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -47,15 +48,16 @@ TEST(LxfermoCommandLine, UnusableArgumentsExitWithTwoAndHelpGoesToStdout) {
 }
 
 // What a host developer meets with `lxfermo sim`: only its CA is trusted,
-// contract breaks are answered and printed with the reason, and the faults
-// file changes answers for as many calls as it says, without stalling others.
+// contract breaks are answered and printed with the reason (and with
+// --verbose, each body on one line), and the faults file changes answers for
+// as many calls as it says, without stalling others.
 TEST(LxfermoSim, RefusesAndPrintsContractBreaksAndPlaysItsFaultsFile) {
     TempDir dir;
     std::ofstream(dir / "faults.json") << R"({"sessions": {"status": 503, "count": 1},
         "fermo_offers": {"body": "[{\"offer\": ", "headers": {"x-client-region": null}, "count": 1},
         "events/batch": {"drop": true, "count": 1}, "/api/v2/logs": {"delay": 2.0, "count": 1}})";
     std::ofstream(dir / "broken.json") << R"({"sessions": {"status": "five hundred"}})";
-    LxfermoProcess sim({"sim", "--faults", (dir / "faults.json").string()});
+    LxfermoProcess sim({"sim", "--verbose", "--faults", (dir / "faults.json").string()});
     std::string banner;
     while (auto line = sim.nextLine(20)) {
         banner += *line + "\n";
@@ -187,15 +189,22 @@ TEST(LxfermoSim, RefusesAndPrintsContractBreaksAndPlaysItsFaultsFile) {
     EXPECT_EQ(client.connectionCount(), 1);
     EXPECT_EQ(client.tlsHandshakeCount(), 1);
 
-    // Each request is printed with its own verdict, faults and notes marked.
-    std::vector<std::string> printed;
+    // Each request is printed with its own verdict, faults and notes marked,
+    // then its body.
+    std::vector<std::string> printed, bodies;
     const std::size_t expected = 7 + cases.size();
-    while (printed.size() < expected) {
+    while (bodies.size() < expected) {
         auto line = sim.nextLine(5);
         if (!line) break;
-        if (line->rfind("  ", 0) == 0) printed.push_back(*line);
+        if (line->rfind("    ", 0) == 0) bodies.push_back(*line);
+        else if (line->rfind("  ", 0) == 0) printed.push_back(*line);
     }
     ASSERT_EQ(printed.size(), expected) << ::testing::PrintToString(printed);
+    ASSERT_EQ(bodies.size(), expected) << ::testing::PrintToString(bodies);
+    EXPECT_THAT(bodies[0], AllOf(StartsWith("    POST /api/hotels/v1.0/sessions body: {"),
+                                 HasSubstr(R"("12",\n        "type": "i_os")")));
+    EXPECT_EQ(bodies[7 + 2], "    POST /api/hotels/v1.0/sessions body: " + camel.dump());
+    EXPECT_THAT(bodies[7 + 20], EndsWith("... (" + std::to_string(deep.size()) + " bytes in all)"));
     EXPECT_THAT(printed[0], AllOf(HasSubstr("POST /api/hotels/v1.0/sessions -> 201"), HasSubstr("(scripted fault)")));
     EXPECT_THAT(printed[1], HasSubstr("-> 201 [empty bearer token]"));
     for (std::size_t i = 0; i < cases.size(); ++i)

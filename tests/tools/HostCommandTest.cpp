@@ -1,16 +1,20 @@
 // `lxfermo host` as a subprocess against an in-process test service.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "FermoTestService.h"
 #include "LxfermoProcess.h"
+#include "support/MainLoop.h"
 #include "support/HostileJson.h"
 #include "support/TempDir.h"
 
 namespace lxhf::test {
 namespace {
+
+using ::testing::StartsWith;
 
 Json room(const std::string& hotelId, const std::string& roomId) {
     return {{"booking", {{"stayDates", {{"checkIn", "2026-05-01"}, {"checkOut", "2026-05-03"}}},
@@ -100,6 +104,28 @@ TEST_F(HostCommand, DrivesOffersAndShownEventsAndKeepsReadingAfterBadLines) {
     host.send(Json{{"cmd", "wait"}, {"seconds", 0}});
     ASSERT_TRUE(host.eventWhere(is("waited"), 5));
     EXPECT_EQ(std::count_if(host.seen().begin(), host.seen().end(), is("error")), 6) << Json(host.seen()).dump();
+
+    // The purchase page's calls, as a host with a web view of its own makes them.
+    host.send(Json{{"cmd", "purchaseAddress"}, {"room", rooms[0]}});
+    const auto address = host.eventWhere(is("purchaseAddress"));
+    ASSERT_TRUE(address && (*address)["url"].is_string()) << Json(host.seen()).dump();
+    EXPECT_THAT((*address)["url"].get<std::string>(), StartsWith(service.micrositeBase() + "?token=partner-token&"));
+    host.send(Json{{"cmd", "purchaseAddress"}, {"room", room("H3", "C1")}});
+    EXPECT_EQ(host.eventWhere(is("purchaseAddress")),
+              Json({{"event", "purchaseAddress"}, {"url", nullptr}, {"reason", "noResponse"},
+                    {"message", "offerResponse is not a signedFullOffer"}}));
+    host.send(Json{{"cmd", "pageMessage"}, {"body", {{"eventName", "error"}, {"data", {{"message", "Card declined"}}}}}});
+    EXPECT_EQ(host.eventWhere(is("pageMessage")),
+              Json({{"event", "pageMessage"}, {"action", "error"},
+                    {"result", {{"error", {{"error", {{"message", "Card declined"}}}}}}},
+                    {"stopSpinner", false}, {"dismiss", true}}));
+    host.send(Json{{"cmd", "pageMessage"}, {"body", {{"eventName", "ready"}, {"data", Json::object()}}},
+                   {"handler", "OtherBridge"}});
+    EXPECT_EQ(host.eventWhere(is("pageMessage")).value_or(Json())["action"], "malformed");
+    host.send(Json{{"cmd", "pageMessage"}, {"handler", "CorvaneSDKBridge"}});
+    EXPECT_EQ(host.nextEvent(),
+              Json({{"event", "error"},
+                    {"message", "line 16: pageMessage needs \"body\" (the message the page posted, any JSON value)"}}));
     host.send(Json{{"cmd", "quit"}});
     EXPECT_EQ(host.exitCode(), 0);
     EXPECT_EQ(service.count("events/batch"), 1);
@@ -107,14 +133,17 @@ TEST_F(HostCommand, DrivesOffersAndShownEventsAndKeepsReadingAfterBadLines) {
 
 TEST_F(HostCommand, OnlyTerminateEmptiesTheStoredSession) {
     const Json rooms = Json::array({room("H1", "A1")});
+    std::string sessionId;
     {
         LxfermoProcess host(hostArgs());
         cacheUntilAvailable(host, rooms);
+        ASSERT_EQ(service.sessionIds().size(), 1u);
+        sessionId = service.sessionIds().front();
+        // The file is written in the background; a quit only promises not to empty it.
+        ASSERT_TRUE(runMainLoopUntil([&] { return allFilesIn(cache.path()).find(sessionId) != std::string::npos; }, 5));
         host.closeInput();
         EXPECT_EQ(host.exitCode(), 0);
     }
-    ASSERT_EQ(service.sessionIds().size(), 1u);
-    const std::string sessionId = service.sessionIds().front();
     EXPECT_NE(allFilesIn(cache.path()).find(sessionId), std::string::npos) << "end of input kept the session";
 
     LxfermoProcess host(hostArgs());

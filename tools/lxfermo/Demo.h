@@ -1,8 +1,8 @@
 #pragma once
 
 // What the terminal and window forms of `lxfermo demo` share: the embedded
-// service, a facade pointed at it, the sample rooms and how a room's state
-// reads. Main context only.
+// service, the shared facade pointed at it, the sample rooms and how a
+// room's state reads. Main context only.
 
 #include <filesystem>
 #include <memory>
@@ -24,22 +24,24 @@ struct DemoRoom {
 
 class DemoSetup {
 public:
-    // Starts the service and points a new facade at it; absent (with the
-    // reason printed) when the service cannot start.
+    // Starts the service and points the shared facade at it; absent (with
+    // the reason printed) when the service cannot start or the facade is
+    // already in use.
     static std::unique_ptr<DemoSetup> start();
     ~DemoSetup();
 
-    LXHotelsFermoSDK& sdk() { return *sdk_; }
+    LXHotelsFermoSDK& sdk() { return LXHotelsFermoSDK::shared(); }
     lxhf::testing::FermoTestService& service() { return service_; }
     const std::vector<DemoRoom>& rooms() const { return rooms_; }
 
-    // The sample room whose details equal `room`'s, for its title.
-    const DemoRoom* find(const LXRoomDetails& room) const;
-    // "available: 189.00 EUR frozen, deposit 18.90 EUR, offer expires ..."
-    std::string describe(const LXFermoOffer& offer) const;
+    // The sample room at `index` in the facade's offer list; null for a
+    // room the demo did not make.
+    const DemoRoom* roomAt(std::size_t index) const;
+    // "available", "unavailable", "error: Error fetching offer", ...
+    static std::string describe(const LXFermoOffer& offer);
     // The purchase page for an available room, or why there is none.
-    std::string purchaseAddress(const LXRoomDetails& room, bool* ok) const;
-    // Reports the room's stored offer as shown, once per room.
+    std::string purchaseAddress(const LXRoomDetails& room, bool* ok);
+    // Reports the room's offer as shown, once per room that has an answer.
     void reportShown(const LXRoomDetails& room);
 
     DemoSetup(const DemoSetup&) = delete;
@@ -49,13 +51,11 @@ private:
     DemoSetup() = default;
 
     lxhf::testing::FermoTestService service_;
-    std::unique_ptr<LXHotelsFermoSDK> sdk_;
     std::vector<DemoRoom> rooms_;
     std::vector<LXRoomDetails> reported_;
     std::filesystem::path cacheDir_;
 };
 
-const LXRoomDetails& roomOf(const LXFermoOffer& offer);
 const char* stateName(const LXFermoOfferState& state);
 bool allSettled(const LXHotelsFermoSDK::Offers& offers, std::size_t expected);
 

@@ -58,8 +58,9 @@ int runTerminal(DemoSetup& demo) {
     auto& sdk = demo.sdk();
     std::map<std::string, std::string> lastShown;  // room title -> last printed description
     auto subscription = sdk.subscribeFermoOffers([&](const LXHotelsFermoSDK::Offers& offers) {
-        for (const auto& offer : offers) {
-            const DemoRoom* room = demo.find(roomOf(offer));
+        for (std::size_t i = 0; i < offers.size(); ++i) {
+            const auto& offer = offers[i];
+            const DemoRoom* room = demo.roomAt(i);
             const std::string title = room ? room->title : "(unknown room)";
             std::string text = demo.describe(offer);
             auto& last = lastShown[title];
@@ -84,13 +85,15 @@ int runTerminal(DemoSetup& demo) {
 
     // What a tap would open, and the "shown" reports the button would send.
     bool anyShown = false;
-    for (const auto& offer : sdk.fermoOffers()) {
-        if (offer.state.kind() != LXFermoOfferState::Kind::available) continue;
+    const auto& offers = sdk.fermoOffers();
+    for (std::size_t i = 0; i < offers.size(); ++i) {
+        if (offers[i].state.kind() != LXFermoOfferState::Kind::available) continue;
+        const DemoRoom* room = demo.roomAt(i);
+        if (!room) continue;
         bool ok = false;
-        const std::string address = demo.purchaseAddress(roomOf(offer), &ok);
-        const DemoRoom* room = demo.find(roomOf(offer));
-        std::printf("Tap \"%s\" opens:\n  %s\n", room ? room->title.c_str() : "?", address.c_str());
-        demo.reportShown(roomOf(offer));
+        const std::string address = demo.purchaseAddress(room->details, &ok);
+        std::printf("Tap \"%s\" opens:\n  %s\n", room->title.c_str(), address.c_str());
+        demo.reportShown(room->details);
         anyShown = true;
     }
     if (anyShown) {

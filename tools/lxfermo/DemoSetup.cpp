@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "core/Facade.h"
-#include "presentation/MicrositeAddress.h"
 
 namespace lxfermo {
 namespace {
@@ -84,13 +82,16 @@ std::unique_ptr<DemoSetup> DemoSetup::start() {
         demo->cacheDir_ = dir;
         g_free(dir);
     }
-    demo->sdk_ = lxhf::FacadeAccess::make(lxhf::systemParts());
     auto& service = demo->service_;
-    demo->sdk_->setEndpoints(LXEndpoints{service.apiBase(), service.micrositeBase(), service.intakeUrl(),
-                                             service.caFile(),
-                                             demo->cacheDir_.empty() ? std::nullopt
-                                                                     : std::optional(demo->cacheDir_.string())});
-    demo->sdk_->configure(kDemoToken, LXEnvironmentType::staging);
+    auto& sdk = demo->sdk();
+    if (!sdk.setEndpoints(LXEndpoints{service.apiBase(), service.micrositeBase(), service.intakeUrl(),
+                                      service.caFile(),
+                                      demo->cacheDir_.empty() ? std::nullopt
+                                                              : std::optional(demo->cacheDir_.string())})) {
+        std::fprintf(stderr, "lxfermo demo: the library is already in use and cannot be pointed at the service\n");
+        return nullptr;
+    }
+    sdk.configure(kDemoToken, LXEnvironmentType::staging);
 
     for (const auto& sample : kSampleRooms) {
         auto room = LXRoomDetails::fromJSON(roomJson(sample).dump());
@@ -106,56 +107,38 @@ std::unique_ptr<DemoSetup> DemoSetup::start() {
 }
 
 DemoSetup::~DemoSetup() {
-    sdk_.reset();
+    // The shared facade outlives the service; nothing runs the loop after this.
     service_.stop();
     std::error_code ignored;
     if (!cacheDir_.empty()) std::filesystem::remove_all(cacheDir_, ignored);
 }
 
-const DemoRoom* DemoSetup::find(const LXRoomDetails& room) const {
-    auto it = std::find_if(rooms_.begin(), rooms_.end(), [&](const DemoRoom& r) { return r.details == room; });
+const DemoRoom* DemoSetup::roomAt(std::size_t index) const {
+    const auto& sdk = LXHotelsFermoSDK::shared();
+    auto it = std::find_if(rooms_.begin(), rooms_.end(),
+                           [&](const DemoRoom& r) { return sdk.offerIndex(r.details) == index; });
     return it == rooms_.end() ? nullptr : &*it;
 }
 
-std::string DemoSetup::describe(const LXFermoOffer& offer) const {
+std::string DemoSetup::describe(const LXFermoOffer& offer) {
     const auto& state = offer.state;
     if (state.kind() == LXFermoOfferState::Kind::error)
         return std::string("error: ") + (state.errorInfo() ? state.errorInfo()->message() : "");
-    if (state.kind() != LXFermoOfferState::Kind::available) return stateName(state);
-    const auto* response = lxhf::FacadeAccess::board(*sdk_).response(roomOf(offer));
-    if (!response) return "available";
-    const auto& c = response->offer.conditions;
-    return "available: price frozen at " + c.frozenPrice + " " + c.currency + ", deposit " + c.deposit + " " +
-           c.currency + ", offer expires " + c.offerExpiry;
+    return stateName(state);
 }
 
-std::string DemoSetup::purchaseAddress(const LXRoomDetails& room, bool* ok) const {
-    *ok = false;
-    auto& sdk = *sdk_;
-    const LXEnvironment env = lxhf::FacadeAccess::environment(sdk);
-    lxhf::MicrositeAddressInputs inputs;
-    inputs.endpoint = {env.micrositeScheme, env.micrositeHost, env.micrositePath};
-    inputs.token = lxhf::FacadeAccess::token(sdk);
-    if (auto* engine = lxhf::FacadeAccess::engineIfMade(sdk)) inputs.sessionId = engine->sessions().inMemorySessionId();
-    if (const auto* response = lxhf::FacadeAccess::board(sdk).response(room)) inputs.offerResponse = *response;
-    auto address = lxhf::micrositeAddress(inputs, room);
-    if (!address) {
-        const auto& log = address.error().log;
-        return log ? log->message : "no purchase page for this room";
-    }
-    *ok = true;
-    return *address;
+std::string DemoSetup::purchaseAddress(const LXRoomDetails& room, bool* ok) {
+    auto address = sdk().purchaseAddress(room);
+    *ok = address.ok();
+    return address ? address.value() : address.error().message;
 }
 
 void DemoSetup::reportShown(const LXRoomDetails& room) {
     if (std::find(reported_.begin(), reported_.end(), room) != reported_.end()) return;
-    const auto* response = lxhf::FacadeAccess::board(*sdk_).response(room);
-    if (!response) return;
+    if (sdk().offerResponseRevision(room) == 0) return;
     reported_.push_back(room);
-    sdk_->reportShown(room);
+    sdk().reportShown(room);
 }
-
-const LXRoomDetails& roomOf(const LXFermoOffer& offer) { return lxhf::RoomDetailsAccess::room(offer); }
 
 const char* stateName(const LXFermoOfferState& state) {
     switch (state.kind()) {

@@ -22,6 +22,7 @@ namespace lxfermo {
 namespace {
 
 struct Row {
+    const DemoRoom* room;
     GtkWidget* spinner;
     GtkWidget* status;
     GtkWidget* button;
@@ -70,8 +71,7 @@ struct DemoWindow {
         gtk_text_buffer_delete_mark(log, mark);
     }
 
-    void addRow(const LXFermoOffer& offer) {
-        const DemoRoom* room = demo.find(roomOf(offer));
+    void addRow(const DemoRoom& room) {
         GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
         gtk_widget_set_margin_start(box, 12);
         gtk_widget_set_margin_end(box, 12);
@@ -79,6 +79,7 @@ struct DemoWindow {
         gtk_widget_set_margin_bottom(box, 8);
 
         Row row;
+        row.room = &room;
         row.spinner = gtk_spinner_new();
         gtk_widget_set_size_request(row.spinner, 20, 20);
         gtk_box_append(GTK_BOX(box), row.spinner);
@@ -86,7 +87,7 @@ struct DemoWindow {
         GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
         gtk_widget_set_hexpand(texts, TRUE);
         GtkWidget* title = gtk_label_new(nullptr);
-        gchar* markup = g_markup_printf_escaped("<b>%s</b>", room ? room->title.c_str() : "Room");
+        gchar* markup = g_markup_printf_escaped("<b>%s</b>", room.title.c_str());
         gtk_label_set_markup(GTK_LABEL(title), markup);
         g_free(markup);
         gtk_label_set_xalign(GTK_LABEL(title), 0);
@@ -101,7 +102,7 @@ struct DemoWindow {
         // The library's own wrapper: it follows the room's state, reports the
         // offer as shown and opens the purchase page on a press.
         row.button = LXFermoButtonWrapper::create(
-            roomOf(offer), [this](const LXFermoPurchaseResult& result) { append("Purchase result: " + result.toJSON()); },
+            room.details, [this](const LXFermoPurchaseResult& result) { append("Purchase result: " + result.toJSON()); },
             &makeOfferButton, demo.sdk());
 #else
         row.button = gtk_button_new_with_label("Freeze this price");
@@ -120,7 +121,11 @@ struct DemoWindow {
 
     void update(const LXHotelsFermoSDK::Offers& offers) {
         for (std::size_t i = 0; i < offers.size(); ++i) {
-            if (i >= rows.size()) addRow(offers[i]);
+            if (i >= rows.size()) {
+                const DemoRoom* room = demo.roomAt(i);
+                if (!room) break;  // only the demo's own rooms are cached
+                addRow(*room);
+            }
             Row& row = rows[i];
             const auto kind = offers[i].state.kind();
             const bool loading = kind == LXFermoOfferState::Kind::loading;
@@ -134,21 +139,19 @@ struct DemoWindow {
             const std::string text = demo.describe(offers[i]);
             gtk_label_set_text(GTK_LABEL(row.status), text.c_str());
             if (text != row.lastText) {
-                const DemoRoom* room = demo.find(roomOf(offers[i]));
-                append((room ? room->title : std::string("Room")) + ": " + text);
+                append(row.room->title + ": " + text);
                 row.lastText = text;
             }
 #ifndef LXFERMO_HAS_UI
             // An available offer on screen counts as shown, as the button wrapper reports it.
-            if (kind == LXFermoOfferState::Kind::available) demo.reportShown(roomOf(offers[i]));
+            if (kind == LXFermoOfferState::Kind::available) demo.reportShown(row.room->details);
 #endif
         }
     }
 
     void tapped(std::size_t index) {
-        const auto& offers = demo.sdk().fermoOffers();
-        if (index >= offers.size()) return;
-        const LXRoomDetails& room = roomOf(offers[index]);
+        if (index >= rows.size()) return;
+        const LXRoomDetails& room = rows[index].room->details;
         bool ok = false;
         const std::string address = demo.purchaseAddress(room, &ok);
         if (!ok) {

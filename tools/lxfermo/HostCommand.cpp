@@ -15,14 +15,15 @@
 
 #include "CommandLine.h"
 #include "Commands.h"
-#include "core/Facade.h"
-#include "model/JsonCodecs.h"
-#include "model/PublicStateCoding.h"
+#include "JsonText.h"
+#include "LXHotelsFermo/LXHotelsFermoSDK.h"
 
 namespace lxfermo {
 namespace {
 
-using lxhf::json::Json;
+using Json = nlohmann::json;
+// Events keep their keys in the order written, "event" first.
+using Event = nlohmann::ordered_json;
 
 constexpr double kLongestWait = 24 * 60 * 60;
 
@@ -44,11 +45,47 @@ const Json* member(const Json& object, const char* key) {
     return it == object.end() ? nullptr : &*it;
 }
 
+// The library's own JSON text (an offer, a purchase result) as a value to
+// put into an event.
+Event embedded(const std::string& libraryJson) { return parseLimited<Event>(libraryJson).value_or(nullptr); }
+
+// A room in its field-name JSON form; `path` prefixes the coding path of a
+// decoding error, as in "rooms: Index 1.hotel: ...".
+LXResult<LXRoomDetails, LXDecodingError> roomFrom(const Json& room, std::vector<std::string> path = {}) {
+    auto decoded = LXRoomDetails::fromJSON(compactText(room));
+    if (decoded) return decoded;
+    LXDecodingError error = decoded.error();
+    error.codingPath.insert(error.codingPath.begin(), path.begin(), path.end());
+    return error;
+}
+
+const char* reasonName(LXNoPurchaseAddress::Reason reason) {
+    switch (reason) {
+        case LXNoPurchaseAddress::Reason::noResponse: return "noResponse";
+        case LXNoPurchaseAddress::Reason::notSignedFullOffer: return "notSignedFullOffer";
+        case LXNoPurchaseAddress::Reason::unencodable: return "unencodable";
+    }
+    return "unencodable";
+}
+
+const char* actionName(LXPurchasePageAction::Kind kind) {
+    switch (kind) {
+        case LXPurchasePageAction::Kind::cancelled: return "cancelled";
+        case LXPurchasePageAction::Kind::purchased: return "purchased";
+        case LXPurchasePageAction::Kind::error: return "error";
+        case LXPurchasePageAction::Kind::ready: return "ready";
+        case LXPurchasePageAction::Kind::unknown: return "unknown";
+        case LXPurchasePageAction::Kind::malformed: return "malformed";
+    }
+    return "malformed";
+}
+
 class HostSession {
 public:
-    HostSession(lxhf::EndpointOverrides overrides, GMainLoop* loop)
-        : sdk_(lxhf::FacadeAccess::make(lxhf::systemParts())), loop_(loop), cancellable_(g_cancellable_new()) {
-        sdk_->setEndpoints(std::move(overrides));
+    HostSession(LXEndpoints endpoints, GMainLoop* loop)
+        : sdk_(LXHotelsFermoSDK::shared()), loop_(loop), cancellable_(g_cancellable_new()) {
+        // Nothing has used the facade yet, so this cannot be refused.
+        sdk_.setEndpoints(std::move(endpoints));
         GInputStream* stdinStream = g_unix_input_stream_new(0, FALSE);
         input_ = g_data_input_stream_new(stdinStream);
         g_object_unref(stdinStream);
@@ -67,12 +104,14 @@ public:
     HostSession& operator=(const HostSession&) = delete;
 
     void start() {
-        emit(Json{{"event", "ready"}});
+        emit(Event{{"event", "ready"}});
         bool initial = true;
-        subscription_ = sdk_->subscribeFermoOffers([this, initial](const LXHotelsFermoSDK::Offers& offers) mutable {
+        subscription_ = sdk_.subscribeFermoOffers([this, initial](const LXHotelsFermoSDK::Offers& offers) mutable {
             // The value handed over on subscribe is no change.
             if (std::exchange(initial, false)) return;
-            emit(Json{{"event", "offers"}, {"offers", lxhf::json::Encoder().toJson(offers)}});
+            Event list = Event::array();
+            for (const auto& offer : offers) list.push_back(embedded(offer.toJSON()));
+            emit(Event{{"event", "offers"}, {"offers", std::move(list)}});
         });
         readNext();
     }
@@ -116,7 +155,7 @@ private:
 
     Next handle(const std::string& text) {
         if (text.find_first_not_of(" \t\r") == std::string::npos) return Next::read;
-        const auto parsed = lxhf::json::parse(text);
+        const auto parsed = parseLimited<Json>(text);
         if (!parsed) return fail("not valid JSON");
         if (!parsed->is_object()) return fail("a command must be a JSON object");
         const Json* cmd = member(*parsed, "cmd");
@@ -129,8 +168,10 @@ private:
         if (name == "refresh") return refresh(command);
         if (name == "updateUser") return updateUser(command);
         if (name == "shown") return shown(command);
+        if (name == "purchaseAddress") return purchaseAddress(command);
+        if (name == "pageMessage") return pageMessage(command);
         if (name == "terminate") {
-            sdk_->applicationWillTerminate();
+            sdk_.applicationWillTerminate();
             return Next::read;
         }
         if (name == "wait") return wait(command);
@@ -146,16 +187,20 @@ private:
                               ? environmentTypeFromRawValue(environment->get_ref<const std::string&>())
                               : std::nullopt;
         if (!type) return fail("configure needs \"environment\": \"staging\" or \"production\"");
-        sdk_->configure(token->get<std::string>(), *type);
+        sdk_.configure(token->get<std::string>(), *type);
         return Next::read;
     }
 
     Next cacheOffers(const Json& command) {
         const Json* rooms = member(command, "rooms");
-        if (!rooms) return fail("cacheOffers needs \"rooms\" (an array of rooms)");
-        auto decoded = lxhf::json::Decoder().fromJson<std::vector<LXRoomDetails>>(*rooms);
-        if (!decoded) return fail("cacheOffers: rooms: " + decoded.error().description());
-        sdk_->cacheOffers(*decoded);
+        if (!rooms || !rooms->is_array()) return fail("cacheOffers needs \"rooms\" (an array of rooms)");
+        std::vector<LXRoomDetails> decoded;
+        for (std::size_t i = 0; i < rooms->size(); ++i) {
+            auto room = roomFrom((*rooms)[i], {"Index " + std::to_string(i)});
+            if (!room) return fail("cacheOffers: rooms: " + room.error().description());
+            decoded.push_back(std::move(room).value());
+        }
+        sdk_.cacheOffers(decoded);
         return Next::read;
     }
 
@@ -164,7 +209,7 @@ private:
         const auto refresh =
             type && type->is_string() ? refreshFromRawValue(type->get_ref<const std::string&>()) : std::nullopt;
         if (!refresh) return fail("refresh needs \"type\": \"all\" or \"errorsOnly\"");
-        sdk_->refreshCachedOffers(*refresh);
+        sdk_.refreshCachedOffers(*refresh);
         return Next::read;
     }
 
@@ -172,18 +217,63 @@ private:
         const Json* userId = member(command, "userId");
         if (!userId || !(userId->is_string() || userId->is_null()))
             return fail("updateUser needs \"userId\" (a string or null)");
-        sdk_->updateUser(userId->is_null() ? std::nullopt : std::optional(userId->get<std::string>()));
+        sdk_.updateUser(userId->is_null() ? std::nullopt : std::optional(userId->get<std::string>()));
         return Next::read;
     }
 
-    Next shown(const Json& command) {
+    // The room of a command that names one, or why there is none.
+    std::optional<LXRoomDetails> commandRoom(const Json& command, const std::string& name) {
         const Json* room = member(command, "room");
-        if (!room) return fail("shown needs \"room\"");
-        auto decoded = lxhf::json::Decoder().fromJson<LXRoomDetails>(*room);
-        if (!decoded) return fail("shown: room: " + decoded.error().description());
-        const LXOfferResponse* found = lxhf::FacadeAccess::board(*sdk_).response(*decoded);
-        if (!found) return fail("shown: no offer response is stored for this room");
-        sdk_->reportShown(*decoded);
+        if (!room) {
+            fail(name + " needs \"room\"");
+            return std::nullopt;
+        }
+        auto decoded = roomFrom(*room);
+        if (!decoded) {
+            fail(name + ": room: " + decoded.error().description());
+            return std::nullopt;
+        }
+        return std::move(decoded).value();
+    }
+
+    Next shown(const Json& command) {
+        const auto room = commandRoom(command, "shown");
+        if (!room) return Next::read;
+        // Without an answer the library would only log; the driver wants to know.
+        if (sdk_.offerResponseRevision(*room) == 0) return fail("shown: no offer response is stored for this room");
+        sdk_.reportShown(*room);
+        return Next::read;
+    }
+
+    Next purchaseAddress(const Json& command) {
+        const auto room = commandRoom(command, "purchaseAddress");
+        if (!room) return Next::read;
+        const auto address = sdk_.purchaseAddress(*room);
+        Event event{{"event", "purchaseAddress"}};
+        if (address) {
+            event["url"] = address.value();
+        } else {
+            event["url"] = nullptr;
+            event["reason"] = reasonName(address.error().reason);
+            event["message"] = address.error().message;
+        }
+        emit(event);
+        return Next::read;
+    }
+
+    Next pageMessage(const Json& command) {
+        const Json* body = member(command, "body");
+        if (!body) return fail("pageMessage needs \"body\" (the message the page posted, any JSON value)");
+        const Json* handler = member(command, "handler");
+        if (handler && !handler->is_string()) return fail("pageMessage: \"handler\" must be a string");
+        const auto action =
+            sdk_.pageMessage(compactText(*body),
+                             handler ? handler->get_ref<const std::string&>() : LXPurchasePageBridge::handlerName);
+        emit(Event{{"event", "pageMessage"},
+                   {"action", actionName(action.kind)},
+                   {"result", action.result ? embedded(action.result->toJSON()) : Event(nullptr)},
+                   {"stopSpinner", action.stopSpinner},
+                   {"dismiss", action.dismiss}});
         return Next::read;
     }
 
@@ -198,7 +288,7 @@ private:
             [](gpointer data) -> gboolean {
                 auto* self = static_cast<HostSession*>(data);
                 self->waitSource_ = 0;
-                self->emit(Json{{"event", "waited"}});
+                self->emit(Event{{"event", "waited"}});
                 self->readNext();
                 return G_SOURCE_REMOVE;
             },
@@ -211,11 +301,11 @@ private:
         return Next::read;
     }
 
-    void emitError(const std::string& message) { emit(Json{{"event", "error"}, {"message", message}}); }
+    void emitError(const std::string& message) { emit(Event{{"event", "error"}, {"message", message}}); }
 
-    void emit(const Json& event) {
+    void emit(const Event& event) {
         if (stdoutGone_) return;
-        std::string text = lxhf::json::serialize(event);
+        std::string text = compactText(event);
         text += '\n';
         if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
             // Nobody is listening any more; there is no point going on.
@@ -227,7 +317,7 @@ private:
 
     void stop() { g_main_loop_quit(loop_); }
 
-    std::unique_ptr<LXHotelsFermoSDK> sdk_;
+    LXHotelsFermoSDK& sdk_;
     GMainLoop* loop_;
     GCancellable* cancellable_;
     GDataInputStream* input_ = nullptr;
@@ -244,17 +334,17 @@ int runHost(const std::vector<std::string>& args) {
     const auto parsed = optionsOrExit("host", kHostSummary, args, kHostOptions);
     const auto* options = std::get_if<ParsedOptions>(&parsed);
     if (!options) return std::get<int>(parsed);
-    lxhf::EndpointOverrides overrides;
+    LXEndpoints endpoints;
     auto set = [&](const char* name, std::optional<std::string>& field) {
         if (const std::string* value = options->value(name)) field = *value;
     };
-    set("api-base", overrides.apiBase);
-    set("microsite-base", overrides.micrositeBase);
-    set("intake-url", overrides.intakeUrl);
-    set("ca-file", overrides.caFile);
-    set("cache-dir", overrides.cacheDirectory);
+    set("api-base", endpoints.apiBase);
+    set("microsite-base", endpoints.micrositeBase);
+    set("intake-url", endpoints.intakeUrl);
+    set("ca-file", endpoints.caFile);
+    set("cache-dir", endpoints.cacheDirectory);
     // The TLS database wants an absolute path, and the cwd is ours, not the library's.
-    for (auto* path : {&overrides.caFile, &overrides.cacheDirectory}) {
+    for (auto* path : {&endpoints.caFile, &endpoints.cacheDirectory}) {
         std::error_code ignored;
         if (*path) *path = std::filesystem::absolute(**path, ignored).string();
     }
@@ -264,7 +354,7 @@ int runHost(const std::vector<std::string>& args) {
     GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
     int code = 0;
     {
-        HostSession session(std::move(overrides), loop);
+        HostSession session(std::move(endpoints), loop);
         session.start();
         g_main_loop_run(loop);
         code = session.exitCode();

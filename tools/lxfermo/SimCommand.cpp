@@ -10,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include "CommandLine.h"
 #include "Commands.h"
@@ -21,6 +22,7 @@ namespace {
 const std::vector<OptionInfo> kSimOptions = {
     {"port", "N", "listen on this port of 127.0.0.1 (default: a free one)"},
     {"faults", "FILE", "scripted faults, JSON: {\"<path>\": {\"status\": 500, ...}, ...}"},
+    {"verbose", "", "also print each request's body, on a line of its own"},
 };
 
 constexpr const char* kSimSummary =
@@ -28,9 +30,14 @@ constexpr const char* kSimSummary =
     "start) until interrupted, printing its addresses, the CA file to trust, and\n"
     "each request it receives. Fault paths are absolute (\"/api/v2/logs\") or\n"
     "relative to the API base (\"sessions\", \"fermo_offers\", \"events/batch\");\n"
-    "a fault's fields are status, body, headers, delay, drop, truncate and count.";
+    "a fault's fields are status, body, headers, delay, drop, truncate and count.\n"
+    "With --verbose, each request's line is followed by one more, indented further:\n"
+    "its method, path and body, control characters written as \\n, \\r, \\t or \\xNN\n"
+    "so that a body takes exactly one line; a body over 16 KiB is cut there.";
 
 constexpr guint kRequestPollMs = 250;
+// Far more than any request the library sends; a longer body is cut there.
+constexpr std::size_t kLongestBodyShown = 16 * 1024;
 
 std::optional<std::string> readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -43,8 +50,32 @@ std::optional<std::string> readFile(const std::string& path) {
 struct SimRun {
     lxhf::testing::FermoTestService* service;
     GMainLoop* loop;
+    bool verbose = false;
     std::size_t printed = 0;
 };
+
+// "    POST /api/hotels/v1.0/sessions body: {...}". Control characters are
+// written as \n, \r, \t or \xNN so a body takes one line; compact JSON has
+// none, so a client's JSON shows exactly as sent.
+std::string bodyLine(const lxhf::testing::RecordedRequest& r) {
+    std::string line = "    " + r.method + " " + r.path + " body: ";
+    if (r.body.empty()) return line + "(empty)";
+    for (const char c : std::string_view(r.body).substr(0, kLongestBodyShown)) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') line += "\\n";
+        else if (c == '\r') line += "\\r";
+        else if (c == '\t') line += "\\t";
+        else if (byte < 0x20 || byte == 0x7f) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", byte);
+            line += escaped;
+        } else {
+            line += c;
+        }
+    }
+    if (r.body.size() > kLongestBodyShown) line += "... (" + std::to_string(r.body.size()) + " bytes in all)";
+    return line;
+}
 
 void printNewRequests(SimRun& run) {
     const auto requests = run.service->requests();
@@ -56,6 +87,7 @@ void printNewRequests(SimRun& run) {
         if (r.faulted) line += " (scripted fault)";
         for (const auto& note : r.notes) line += " [" + note + "]";
         std::printf("%s\n", line.c_str());
+        if (run.verbose) std::printf("%s\n", bodyLine(r).c_str());
     }
     std::fflush(stdout);
 }
@@ -100,7 +132,7 @@ int runSim(const std::vector<std::string>& args) {
     }
     // Handlers first, so a signal sent as soon as the address shows is caught.
     GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
-    SimRun run{&service, loop};
+    SimRun run{&service, loop, options->has("verbose")};
     auto quit = [](gpointer data) -> gboolean {
         g_main_loop_quit(static_cast<GMainLoop*>(data));
         return G_SOURCE_CONTINUE;

@@ -76,9 +76,9 @@ std::string signOffer(const std::string& key, const nlohmann::json& offerRespons
 std::string hmacHex(const std::string& key, const std::string& text);
 std::string isoDateTime(std::int64_t unixSeconds);  // yyyy-MM-ddTHH:mm:ssZ
 std::string percentDecode(std::string_view text);
-// A client's text as JSON: discarded when it is not JSON, holds a NUL
-// between values, or nests deeper than 512 levels, since copying so deep a
-// tree would overflow the stack.
+// A client's text as JSON: discarded when it is not JSON, holds a NUL, or
+// nests deeper than 512 levels, since copying so deep a tree would overflow
+// the stack.
 nlohmann::json parseJson(std::string_view text);
 std::vector<QueryItem> parseQuery(std::string_view query);
 std::string normalisePath(std::string_view path);
