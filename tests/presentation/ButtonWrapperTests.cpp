@@ -191,6 +191,15 @@ TEST_F(ButtonWrapper, WithoutAResponseThePageSaysItCannotLoad) {
     ASSERT_TRUE(GTK_IS_LABEL(child));
     EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(child)), "Unable to load Fermo");
     EXPECT_EQ(service->count("fermo_offers"), 0);
+
+    // The ready-made factory: its button's click is the action.
+    const auto label = [](const LXFermoOffer& offer) { return "Hold " + std::to_string(int(offer.state.kind())); };
+    GtkWidget* plain = show(LXFermoButtonWrapper::create(room, {}, LXFermoButtonWrapper::labelledButton(label), *sdk));
+    GtkWidget* button = gtk_widget_get_first_child(plain);
+    ASSERT_TRUE(GTK_IS_BUTTON(button));
+    EXPECT_STREQ(gtk_button_get_label(GTK_BUTTON(button)), "Hold 0");
+    g_signal_emit_by_name(button, "clicked");
+    EXPECT_EQ(pages().size(), 2u);
 }
 
 TEST_F(ButtonWrapper, AnErrorButtonAppearsOncePerMappingNotPerPublish) {

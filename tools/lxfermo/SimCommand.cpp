@@ -23,6 +23,7 @@ const std::vector<OptionInfo> kSimOptions = {
     {"port", "N", "listen on this port of 127.0.0.1 (default: a free one)"},
     {"faults", "FILE", "scripted faults, JSON: {\"<path>\": {\"status\": 500, ...}, ...}"},
     {"verbose", "", "also print each request's body, on a line of its own"},
+    {"page", "SCRIPT", "what the purchase page does once loaded: ready (default), purchase, close, error"},
 };
 
 constexpr const char* kSimSummary =
@@ -116,7 +117,17 @@ int runSim(const std::vector<std::string>& args) {
         }
     }
 
+    std::optional<lxhf::testing::PurchaseScript> page;
+    if (const std::string* name = options->value("page")) {
+        page = lxhf::testing::purchaseScriptFromName(*name);
+        if (!page) {
+            complain("sim", "--page takes ready, purchase, close or error, not '" + *name + "'");
+            return kUsageError;
+        }
+    }
+
     lxhf::testing::FermoTestService service(serviceOptions);
+    if (page) service.setPurchaseScript(*page);
     if (faults) {
         std::string error;
         if (!service.loadFaults(*faults, &error)) {

@@ -4,6 +4,7 @@
 // each offer state, the library keeps it current and opens the purchase page.
 
 #include <functional>
+#include <string>
 
 #include <gtk/gtk.h>
 
@@ -31,4 +32,8 @@ public:
     static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button);
     static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
                              LXHotelsFermoSDK& sdk);
+
+    // The common case: a GtkButton labelled by `label` for each offer, whose
+    // "clicked" runs the action (kept alive by the button itself).
+    static ButtonFactory labelledButton(std::function<std::string(const LXFermoOffer&)> label);
 };

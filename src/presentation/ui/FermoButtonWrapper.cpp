@@ -236,3 +236,16 @@ GtkWidget* LXFermoButtonWrapper::create(LXRoomDetails room, LXPurchaseCallback p
     });
     return GTK_WIDGET(self);
 }
+
+LXFermoButtonWrapper::ButtonFactory LXFermoButtonWrapper::labelledButton(
+    std::function<std::string(const LXFermoOffer&)> label) {
+    using Action = std::function<void()>;
+    return [label = std::move(label)](const LXFermoOffer& offer, Action action) -> GtkWidget* {
+        GtkWidget* button = gtk_button_new_with_label(label ? label(offer).c_str() : "");
+        g_signal_connect_data(
+            button, "clicked", G_CALLBACK(+[](GtkButton*, gpointer run) { (*static_cast<Action*>(run))(); }),
+            new Action(std::move(action)), [](gpointer run, GClosure*) { delete static_cast<Action*>(run); },
+            GConnectFlags(0));
+        return button;
+    };
+}
