@@ -72,7 +72,7 @@ LibraryRun runLibrary(const std::vector<LXRoomDetails>& rooms) {
         return std::make_unique<test::ManualNetworkMonitor>(true);
     };
     auto sdk = FacadeAccess::make(std::move(parts));
-    FacadeAccess::setOverrides(*sdk, EndpointOverrides{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(),
+    sdk->setEndpoints(LXEndpoints{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(),
                                                        svc.caFile(), cache.path().string()});
     sdk->configure("bench-token", LXEnvironmentType::staging);
 

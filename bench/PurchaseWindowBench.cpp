@@ -118,7 +118,7 @@ void BM_PurchaseWindowCycles(benchmark::State& state) {
     }
     EndpointOverrides overrides;
     overrides.caFile = localService().caFile();
-    FacadeAccess::setOverrides(LXHotelsFermoSDK::shared(), overrides);
+    LXHotelsFermoSDK::shared().setEndpoints(overrides);
     GtkWindow* host = GTK_WINDOW(gtk_window_new());
     gtk_window_present(host);
 

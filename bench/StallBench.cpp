@@ -178,7 +178,7 @@ public:
         }
         sdk = FacadeAccess::make(std::move(parts));
         const auto caFile = setup == Setup::systemTrust ? std::nullopt : std::optional(svc.caFile());
-        FacadeAccess::setOverrides(*sdk, EndpointOverrides{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(), caFile,
+        sdk->setEndpoints(LXEndpoints{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(), caFile,
                                                            cache.path().string()});
         sdk->configure("bench-token", LXEnvironmentType::staging);
         subscription = sdk->subscribeFermoOffers([this](const LXHotelsFermoSDK::Offers& offers) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -43,6 +44,8 @@ public:
 
     // Every room handed in, in first-seen order, with its offer state.
     const Offers& fermoOffers() const;
+    // Where `room` stands in fermoOffers(), found through an index, not a scan.
+    std::optional<std::size_t> offerIndex(const LXRoomDetails& room) const;
     void setFermoOffers(Offers offers);
     // Delivers the current list at once, then every change, on the main context.
     [[nodiscard]] LXSubscription subscribeFermoOffers(std::function<void(const Offers&)> onChange);

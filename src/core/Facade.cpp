@@ -92,6 +92,10 @@ void LXHotelsFermoSDK::refreshCachedOffers(LXRefresh type) { impl_->obtainEngine
 
 const LXHotelsFermoSDK::Offers& LXHotelsFermoSDK::fermoOffers() const { return impl_->board.offers(); }
 
+std::optional<std::size_t> LXHotelsFermoSDK::offerIndex(const LXRoomDetails& room) const {
+    return impl_->board.indexOf(room);
+}
+
 void LXHotelsFermoSDK::setFermoOffers(Offers offers) { impl_->board.replaceAll(std::move(offers)); }
 
 LXSubscription LXHotelsFermoSDK::subscribeFermoOffers(std::function<void(const Offers&)> onChange) {

@@ -8,14 +8,8 @@
 
 namespace lxhf {
 
-struct ErrorInfoAccess {
-    static LXErrorInfo make(std::string message, std::optional<std::int64_t> code) {
-        return LXErrorInfo(std::move(message), code);
-    }
-};
-
 inline LXErrorInfo makeError(std::string message, std::optional<std::int64_t> code = std::nullopt) {
-    return ErrorInfoAccess::make(std::move(message), code);
+    return LXErrorInfo(std::move(message), code);
 }
 
 }  // namespace lxhf

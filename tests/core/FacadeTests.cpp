@@ -65,5 +65,61 @@ TEST(Facade, PublisherDeliversOnSubscribeAndOnEveryChange) {
     EXPECT_THAT(states(*h.sdk), ElementsAre(State::loading, State::loading));
 }
 
+TEST(Facade, AHostViewGetsTheAddressShownReportAndPageActionsThroughPublicCalls) {
+    CoreHarness h;
+    EXPECT_TRUE(h.sdk->setEndpoints({.apiBase = "https://api.test/v9", .micrositeBase = "https://page.test:8443/x/y"}));
+    const LXRoomDetails full = makeRoom("A1", "hotel-a"), base = makeRoom("A2", "hotel-a");
+    h.sdk->cacheOffers({full, base});
+    EXPECT_FALSE(h.sdk->setEndpoints({}));
+    EXPECT_EQ(h.sdk->endpoints().apiBase, "https://api.test/v9");
+    const auto before = h.sdk->purchaseAddress(full);
+    ASSERT_FALSE(before.ok());
+    EXPECT_EQ(before.error().reason, LXNoPurchaseAddress::Reason::noResponse);
+    EXPECT_EQ(before.error().message, "offerResponse is not a signedFullOffer");
+    EXPECT_EQ(h.sdk->offerResponseRevision(full), 0u);
+
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers({{"A2", LXOfferResponseType::signedBaseOffer}});
+    EXPECT_EQ(h.apiRequests().back().url, "https://api.test/v9/fermo_offers");
+    const auto address = h.sdk->purchaseAddress(full);
+    ASSERT_TRUE(address.ok());
+    EXPECT_EQ(address->rfind("https://page.test:8443/cloud/hotels/purchase?token=tok-1&", 0), 0u) << *address;
+    EXPECT_NE(address->find("&sessionId=S1&"), std::string::npos);
+    EXPECT_EQ(h.sdk->purchaseAddress(base).error().reason, LXNoPurchaseAddress::Reason::notSignedFullOffer);
+    const auto revision = h.sdk->offerResponseRevision(full);
+    h.sdk->refreshCachedOffers(LXRefresh::all);
+    h.queue->advance(Seconds{0.2});
+    h.serveOffers();
+    EXPECT_GT(h.sdk->offerResponseRevision(full), revision);
+
+    h.sdk->reportShown(full);
+    h.sdk->reportShown(makeRoom("B1", "hotel-b"));
+    h.queue->runPending();
+    EXPECT_THAT(h.engine().events().queued(), ::testing::SizeIs(1));
+
+    using Kind = LXPurchasePageAction::Kind;
+    const std::pair<std::string, Kind> messages[] = {
+        {R"({"eventName":"close","data":{}})", Kind::cancelled},
+        {R"({"eventName":"error","data":{"message":"Card declined"}})", Kind::error},
+        {R"({"eventName":"ready","data":{}})", Kind::ready},
+        {R"({"eventName":"Close","data":{}})", Kind::unknown},
+        {R"({"eventName":"close"})", Kind::malformed},
+        {std::string(100000, '['), Kind::malformed},
+    };
+    for (const auto& [body, kind] : messages) EXPECT_EQ(h.sdk->pageMessage(body).kind, kind) << body;
+    const auto error = h.sdk->pageMessage(R"({"eventName":"error","data":{}})");
+    EXPECT_TRUE(error.dismiss);
+    EXPECT_EQ(error.result->errorInfo()->message(), "Unable to access microsite error message");
+    EXPECT_EQ(h.sdk->pageMessage(R"({"eventName":"close","data":{}})", "Other").kind, Kind::malformed);
+    const auto lines = h.systemLog->entries();
+    const auto count = [&](const std::string& text) {
+        return std::count_if(lines.begin(), lines.end(), [&](const auto& e) { return e.second == "[LXHotelsFermoSDK] : " + text; });
+    };
+    EXPECT_EQ(count("offerResponse is not a signedFullOffer"), 1);  // the one before a session logged nowhere
+    EXPECT_EQ(count("Error accessing available offerResponse in onAppear"), 1);
+    EXPECT_EQ(count("Microsite event: unknown"), 1);
+    EXPECT_EQ(count("error getting userContentController message"), 3);
+}
+
 }  // namespace
 }  // namespace lxhf::test

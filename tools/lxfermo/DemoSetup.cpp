@@ -86,8 +86,7 @@ std::unique_ptr<DemoSetup> DemoSetup::start() {
     }
     demo->sdk_ = lxhf::FacadeAccess::make(lxhf::systemParts());
     auto& service = demo->service_;
-    lxhf::FacadeAccess::setOverrides(
-        *demo->sdk_, lxhf::EndpointOverrides{service.apiBase(), service.micrositeBase(), service.intakeUrl(),
+    demo->sdk_->setEndpoints(LXEndpoints{service.apiBase(), service.micrositeBase(), service.intakeUrl(),
                                              service.caFile(),
                                              demo->cacheDir_.empty() ? std::nullopt
                                                                      : std::optional(demo->cacheDir_.string())});
@@ -153,7 +152,7 @@ void DemoSetup::reportShown(const LXRoomDetails& room) {
     const auto* response = lxhf::FacadeAccess::board(*sdk_).response(room);
     if (!response) return;
     reported_.push_back(room);
-    lxhf::FacadeAccess::onShown(*sdk_, *response);
+    sdk_->reportShown(room);
 }
 
 const LXRoomDetails& roomOf(const LXFermoOffer& offer) { return lxhf::RoomDetailsAccess::room(offer); }

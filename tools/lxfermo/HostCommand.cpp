@@ -48,7 +48,7 @@ class HostSession {
 public:
     HostSession(lxhf::EndpointOverrides overrides, GMainLoop* loop)
         : sdk_(lxhf::FacadeAccess::make(lxhf::systemParts())), loop_(loop), cancellable_(g_cancellable_new()) {
-        lxhf::FacadeAccess::setOverrides(*sdk_, std::move(overrides));
+        sdk_->setEndpoints(std::move(overrides));
         GInputStream* stdinStream = g_unix_input_stream_new(0, FALSE);
         input_ = g_data_input_stream_new(stdinStream);
         g_object_unref(stdinStream);
@@ -183,7 +183,7 @@ private:
         if (!decoded) return fail("shown: room: " + decoded.error().description());
         const LXOfferResponse* found = lxhf::FacadeAccess::board(*sdk_).response(*decoded);
         if (!found) return fail("shown: no offer response is stored for this room");
-        lxhf::FacadeAccess::onShown(*sdk_, *found);
+        sdk_->reportShown(*decoded);
         return Next::read;
     }
 

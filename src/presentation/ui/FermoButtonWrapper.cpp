@@ -1,20 +1,16 @@
 #include "LXHotelsFermo/ui/LXFermoButtonWrapper.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "core/Facade.h"
-#include "infra/LoggerSlot.h"
-#include "presentation/MicrositeAddress.h"
 #include "presentation/ui/PurchaseWindow.h"
 
 namespace lxhf::ui {
 namespace {
-
-inline constexpr std::string_view kNoResponseOnAppear = "Error accessing available offerResponse in onAppear";
 
 // What one wrapper knows. Owned by the widget; signal handlers, the button
 // action and the purchase window hold it weakly, so they fall silent once the
@@ -41,7 +37,7 @@ struct WrapperState {
     // The purchase address, composed with each build of the host's widget and
     // whenever the room's response changes, as the button's presentation is.
     std::optional<std::string> address;
-    OfferBoard::SharedResponse addressFor;
+    std::uint64_t addressRevision = 0;  // of the response it was composed from
     bool presented = false;
     GtkWindow* page = nullptr;  // the presented purchase window, while `presented`
     unsigned renders = 0;  // tells a nested render from the one it interrupted
@@ -84,23 +80,11 @@ void setChild(WrapperState& s, GtkWidget* widget) {
 
 using State = std::shared_ptr<WrapperState>;
 
-// Logs why there is none, once per composition.
-void composeAddress(WrapperState& s, OfferBoard::SharedResponse response) {
-    LXHotelsFermoSDK& sdk = *s.sdk;
-    const LXEnvironment environment = FacadeAccess::environment(sdk);
-    MicrositeAddressInputs inputs;
-    inputs.endpoint = {environment.micrositeScheme, environment.micrositeHost, environment.micrositePath};
-    inputs.token = FacadeAccess::token(sdk);
-    // Asked only of an engine that exists: a button never makes one.
-    if (auto* engine = FacadeAccess::engineIfMade(sdk))
-        if (const auto& session = engine->sessions().sessionIfMade()) inputs.sessionId = session->sessionId;
-    if (response) inputs.offerResponse = *response;
-
-    s.addressFor = std::move(response);
-    s.address.reset();
-    auto address = micrositeAddress(inputs, s.room);
-    if (address) s.address = std::move(address).value();
-    else if (address.error().log) loggerSink(FacadeAccess::log(sdk))(*address.error().log);
+// The facade logs why there is none, once per composition.
+void composeAddress(WrapperState& s) {
+    s.addressRevision = s.sdk->offerResponseRevision(s.room);
+    auto address = s.sdk->purchaseAddress(s.room);
+    s.address = address ? std::optional(std::move(address).value()) : std::nullopt;
 }
 
 void present(const State& s) {
@@ -117,8 +101,10 @@ void present(const State& s) {
         auto state = weak.lock();
         if (state && state->alive && state->purchaseCallback) state->purchaseCallback(result);
     };
-    setup.log = loggerSink(FacadeAccess::log(sdk));
-    setup.caFile = FacadeAccess::overrides(sdk).caFile;
+    setup.readMessage = [&sdk](std::string_view bodyJson, std::string_view handlerName) {
+        return sdk.pageMessage(bodyJson, handlerName);
+    };
+    setup.caFile = sdk.endpoints().caFile;
     setup.onClosed = [weak = Weak(s)] {
         if (auto state = weak.lock()) {
             state->presented = false;
@@ -145,9 +131,14 @@ void showPlaceholder(const State& s) {
         auto state = weak.lock();
         if (!state || !state->alive) return;
         // Not from inside "map": the answer swaps this very widget out.
-        FacadeAccess::queue(*state->sdk).post([weak] {
-            if (auto later = weak.lock(); later && later->alive) later->sdk->cacheOffers({later->room});
-        });
+        g_idle_add_full(
+            G_PRIORITY_DEFAULT,
+            [](gpointer data) {
+                auto later = static_cast<Weak*>(data)->lock();
+                if (later && later->alive) later->sdk->cacheOffers({later->room});
+                return gboolean(G_SOURCE_REMOVE);
+            },
+            new Weak(weak), [](gpointer data) { delete static_cast<Weak*>(data); });
     });
     setChild(*s, placeholder);
     s->showsPlaceholder = true;
@@ -155,25 +146,21 @@ void showPlaceholder(const State& s) {
 
 void reportShown(const State& s, GtkWidget* button) {
     if (!s->alive || s->child != button) return;
-    if (const LXOfferResponse* response = FacadeAccess::board(*s->sdk).response(s->room))
-        FacadeAccess::onShown(*s->sdk, *response);
-    else
-        logWarn(FacadeAccess::log(*s->sdk), kNoResponseOnAppear);
+    s->sdk->reportShown(s->room);
 }
 
 void render(const State& s, const LXHotelsFermoSDK::Offers& offers) {
     if (!s->alive) return;
     const unsigned thisRender = ++s->renders;
-    const auto index = FacadeAccess::board(*s->sdk).indexOf(s->room);
+    const auto index = s->sdk->offerIndex(s->room);
     if (!index || *index >= offers.size()) {
         showPlaceholder(s);
         return;
     }
     // A copy: the host may replace the list while it builds its widget.
     const LXFermoOffer offer = offers[*index];
-    auto response = FacadeAccess::board(*s->sdk).sharedResponse(s->room);
     if (s->shown && sameOnScreen(*s->shown, offer.state)) {
-        if (response != s->addressFor) composeAddress(*s, std::move(response));
+        if (s->sdk->offerResponseRevision(s->room) != s->addressRevision) composeAddress(*s);
         return;
     }
 
@@ -189,7 +176,7 @@ void render(const State& s, const LXHotelsFermoSDK::Offers& offers) {
         setChild(*s, built);
         s->showsPlaceholder = false;
         s->shown = offer.state;
-        composeAddress(*s, std::move(response));
+        composeAddress(*s);
     }
     g_object_unref(built);
 }

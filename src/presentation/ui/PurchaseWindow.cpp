@@ -1,14 +1,21 @@
 #include "presentation/ui/PurchaseWindow.h"
 
+#include <string>
+#include <string_view>
 #include <utility>
 
-#include "core/Facade.h"
+#include "LXHotelsFermo/LXHotelsFermoSDK.h"
 
 namespace lxhf::ui {
 
 namespace {
 
 constexpr const char* kWindowStateKey = "lxhf-purchase-window";
+
+void debugLog(std::string_view message) {
+    const std::string text(message);
+    g_log_structured("LXHotelsFermo", G_LOG_LEVEL_DEBUG, "MESSAGE", "%s", text.c_str());
+}
 
 struct WindowState {
     GtkWindow* window = nullptr;
@@ -60,7 +67,8 @@ GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup) {
         WebViewSetup page;
         page.purchaseCallback = std::move(setup.purchaseCallback);
         page.dismiss = dismissLater(state);
-        page.log = std::move(setup.log);
+        page.readMessage = std::move(setup.readMessage);
+        page.warn = setup.warn ? std::move(setup.warn) : debugLog;
         page.launcher = std::move(setup.launcher);
         page.caFile = std::move(setup.caFile);
         page.networkSession = setup.networkSession;
@@ -94,9 +102,8 @@ GtkWindow* LXPurchaseWindow::present(GtkWindow* host, std::optional<std::string>
     setup.purchaseCallback = std::move(callback);
     setup.onClosed = std::move(onClosed);
     setup.pageOptions = options;
-    // The shared facade's logger and extra CA, as its button wrappers use them.
-    LXHotelsFermoSDK& sdk = LXHotelsFermoSDK::shared();
-    setup.log = lxhf::ui::loggerSink(lxhf::FacadeAccess::log(sdk));
-    setup.caFile = lxhf::FacadeAccess::overrides(sdk).caFile;
+    // The shared facade reads the page's messages and lends its extra CA, as
+    // for its button wrappers.
+    setup.caFile = LXHotelsFermoSDK::shared().endpoints().caFile;
     return lxhf::ui::presentPurchaseWindow(std::move(setup));
 }

@@ -25,7 +25,8 @@ struct PurchaseWindowSetup {
     LXPurchaseCallback purchaseCallback;
     std::function<void()> onClosed;  // once, when the window is gone
     LXPurchasePageOptions pageOptions;
-    LogSink log;                                    // empty: lines are skipped
+    PageMessageReader readMessage;                  // empty: the process facade's
+    WarningSink warn;                               // empty: GLib's debug log
     std::shared_ptr<UriLauncher> launcher;          // null: the desktop's browser
     std::optional<std::string> caFile;              // the library's extra CA, if any
     WebKitNetworkSession* networkSession = nullptr;  // tests only

@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "model/ErrorInfo.h"
 #include "presentation/ui/ExtraAuthority.h"
 #include "presentation/ui/PageFailure.h"
 
@@ -15,26 +14,18 @@ namespace {
 
 constexpr const char* kControllerKey = "lxhf-web-view-controller";
 
-// The page's value as JSON; null when it has none (undefined, functions).
-json::Json toJson(JSCValue* value) {
+// The page's value as JSON text; "null" when it has none (undefined, functions).
+std::string toJson(JSCValue* value) {
     char* text = value ? jsc_value_to_json(value, 0) : nullptr;
-    if (!text) return nullptr;
-    json::Json message = readBridgeMessage(text);
+    if (!text) return "null";
+    std::string json(text);
     g_free(text);
-    return message;
+    return json;
 }
 
 bool isWebAddress(const char* uri) {
     const char* scheme = g_uri_peek_scheme(uri);  // interned, lower case
     return scheme && (g_str_equal(scheme, "http") || g_str_equal(scheme, "https"));
-}
-
-void writeTo(const LoggerSlot& slot, const LogLine& line) {
-    switch (line.level) {
-        case LogLine::Level::info: logInfo(slot, line.message); break;
-        case LogLine::Level::warn: logWarn(slot, line.message); break;
-        case LogLine::Level::error: logError(slot, line.message); break;
-    }
 }
 
 // Holds the controller's widgets for the length of a signal handler: a host
@@ -57,8 +48,10 @@ private:
 
 }  // namespace
 
-LogSink loggerSink(LoggerSlot& slot) {
-    return [&slot](const LogLine& line) { writeTo(slot, line); };
+PageMessageReader sharedFacadeReader() {
+    return [](std::string_view bodyJson, std::string_view handlerName) {
+        return LXHotelsFermoSDK::shared().pageMessage(bodyJson, handlerName);
+    };
 }
 
 // GObject signal entry points; each forwards to the controller it was
@@ -67,7 +60,7 @@ struct WebViewControllerSignals {
     static void scriptMessage(WebKitUserContentManager*, JSCValue* value, gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
         KeepAlive alive{controller->overlay_, controller->webView_};
-        controller->receiveScriptMessage(kBridgeHandlerName, toJson(value));
+        controller->receiveScriptMessage(LXPurchasePageBridge::handlerName, toJson(value));
     }
 
     // WebKitGTK asks for a web view only when a navigation targets a new
@@ -179,12 +172,13 @@ WebViewController* WebViewController::from(GtkWidget* widget) {
 
 WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
     : setup_(std::move(setup)), micrositeOrigin_(originOf(url)) {
-    if (!setup_.log) setup_.log = [](const LogLine&) {};
+    if (!setup_.readMessage) setup_.readMessage = sharedFacadeReader();
+    if (!setup_.warn) setup_.warn = [](std::string_view) {};
     if (!setup_.launcher) setup_.launcher = makeDesktopUriLauncher();
 
     contentManager_ = webkit_user_content_manager_new();
-    const std::string source(kBridgeUserScript);
-    const std::string name(kBridgeHandlerName);
+    const std::string source(LXPurchasePageBridge::userScript);
+    const std::string name(LXPurchasePageBridge::handlerName);
     WebKitUserScript* script =
         webkit_user_script_new(source.c_str(), WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
                                WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, nullptr, nullptr);
@@ -241,11 +235,11 @@ bool WebViewController::spinnerSpinning() const {
     return spinner_ && gtk_widget_get_visible(spinner_) && gtk_spinner_get_spinning(GTK_SPINNER(spinner_));
 }
 
-void WebViewController::receiveScriptMessage(std::string_view handlerName, const json::Json& body) {
-    apply(decodeBridgeMessage(handlerName, body));
+void WebViewController::receiveScriptMessage(std::string_view handlerName, std::string_view bodyJson) {
+    apply(setup_.readMessage(bodyJson, handlerName));
 }
 
-void WebViewController::apply(const BridgeAction& action) {
+void WebViewController::apply(const LXPurchasePageAction& action) {
     // A host that asked for failures gets one last result: nothing follows a
     // failure, a "close" or an "error".
     const bool silent = abandoned_ || (finished_ && setup_.pageOptions.reportLoadFailures);
@@ -261,7 +255,6 @@ void WebViewController::apply(const BridgeAction& action) {
         cancelTimers();
         if (setup_.dismiss) setup_.dismiss();
     }
-    if (action.log) setup_.log(*action.log);
 }
 
 void WebViewController::stopSpinner() {
@@ -288,7 +281,7 @@ void WebViewController::reportPageFailure(std::string message) {
     if (finished_) return;
     finished_ = true;
     cancelTimers();
-    if (setup_.purchaseCallback) setup_.purchaseCallback(LXFermoPurchaseResult::error(makeError(std::move(message))));
+    if (setup_.purchaseCallback) setup_.purchaseCallback(LXFermoPurchaseResult::error(LXErrorInfo(std::move(message))));
     if (setup_.dismiss) setup_.dismiss();
 }
 
@@ -298,7 +291,7 @@ void WebViewController::openInBrowser(WebKitNavigationAction* action) {
     if (!uri || !*uri) return;
     // Any other scheme would start whatever application claims it.
     if (!isWebAddress(uri)) {
-        setup_.log(LogLine{LogLine::Level::warn, std::string(kRefusedNonWebLink)});
+        setup_.warn(kRefusedNonWebLink);
         return;
     }
     GtkRoot* root = gtk_widget_get_root(overlay_);
@@ -328,7 +321,7 @@ void WebViewController::abandon() {
 void WebViewController::detachBridge() {
     if (!bridgeAttached_) return;
     bridgeAttached_ = false;
-    const std::string name(kBridgeHandlerName);
+    const std::string name(LXPurchasePageBridge::handlerName);
     webkit_user_content_manager_remove_all_scripts(contentManager_);
     webkit_user_content_manager_unregister_script_message_handler(contentManager_, name.c_str(), nullptr);
     g_signal_handlers_disconnect_by_data(contentManager_, this);

@@ -12,28 +12,28 @@
 #include <gtk/gtk.h>
 #include <webkit/webkit.h>
 
+#include "LXHotelsFermo/LXHotelsFermoSDK.h"
+#include "LXHotelsFermo/LXPurchasePage.h"
 #include "LXHotelsFermo/ui/LXPurchaseWindow.h"
 #include "LXHotelsFermo/ui/LXUIExport.h"
-#include "infra/LoggerSlot.h"
-#include "model/JsonCoder.h"
-#include "presentation/BridgeMessage.h"
-#include "presentation/LogLine.h"
 #include "presentation/ui/UriLauncher.h"
 
 namespace lxhf::ui {
 
-using LogSink = std::function<void(const LogLine&)>;
+// Reads one message of the page and logs it, as a facade's pageMessage does.
+using PageMessageReader = std::function<LXPurchasePageAction(std::string_view bodyJson, std::string_view handlerName)>;
+using WarningSink = std::function<void(std::string_view)>;
 
-// Writes through the logger `slot` holds at the time of each line, and
-// nowhere while it holds none. The slot must outlive the sink.
-LXHF_UI_EXPORT LogSink loggerSink(LoggerSlot& slot);
+// The process facade's pageMessage.
+LXHF_UI_EXPORT PageMessageReader sharedFacadeReader();
 
 inline constexpr std::string_view kRefusedNonWebLink = "Refused to open a link that is not http or https";
 
 struct WebViewSetup {
     LXPurchaseCallback purchaseCallback;   // may be empty
     std::function<void()> dismiss;         // asks the presenter to take the page down; may be empty
-    LogSink log;                           // empty: lines are skipped
+    PageMessageReader readMessage;         // empty: the process facade's
+    WarningSink warn;                      // the view's own lines; empty: skipped
     std::shared_ptr<UriLauncher> launcher;  // null: the desktop's browser
     // The extra CA the library was given, if any: a certificate it signed is
     // accepted for the microsite's host, as the API calls accept it.
@@ -64,7 +64,7 @@ public:
     bool spinnerSpinning() const;
 
     // The page's message, as the bridge handler receives it.
-    void receiveScriptMessage(std::string_view handlerName, const json::Json& body);
+    void receiveScriptMessage(std::string_view handlerName, std::string_view bodyJson);
 
     // Removes the user scripts and the message handler. Runs when the
     // widget is unmapped or destroyed; harmless to repeat.
@@ -82,7 +82,7 @@ private:
     ~WebViewController();
     friend struct WebViewControllerSignals;
 
-    void apply(const BridgeAction& action);
+    void apply(const LXPurchasePageAction& action);
     void stopSpinner();
     void endFirstLoadIfShown();
     void checkAnswerStatus();
