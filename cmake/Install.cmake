@@ -17,7 +17,8 @@ install(DIRECTORY include/LXHotelsFermo DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
 install(EXPORT LXHotelsFermoTargets NAMESPACE LXHotelsFermo:: DESTINATION ${LXHF_CMAKE_DIR})
 
 if(TARGET lxhf_ui)
-  set_target_properties(lxhf_ui PROPERTIES EXPORT_NAME ui)
+  # It finds the core beside itself, wherever the prefix is.
+  set_target_properties(lxhf_ui PROPERTIES EXPORT_NAME ui INSTALL_RPATH "$ORIGIN")
   install(TARGETS lxhf_ui EXPORT LXHotelsFermoUITargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
@@ -28,6 +29,8 @@ if(TARGET lxhf_ui)
 endif()
 
 if(TARGET lxfermo)
+  # The installed command finds the libraries of its own prefix.
+  set_target_properties(lxfermo PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS lxfermo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 

@@ -1,31 +1,85 @@
 #!/usr/bin/env bash
-# Installs the build into a temporary prefix, then builds and runs a host
-# program against it twice: through find_package and through pkg-config.
+# Installs the build into a temporary prefix and checks what a host gets
+# from it: the CMake package with and without GTK at hand, the pkg-config
+# files, the lxfermo command, and the symbols the libraries export.
 set -euo pipefail
 build=$1
 source=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+step() { echo "-- $*"; }
+fail() { echo "install test: $*" >&2; exit 1; }
 
-cmake --install "$build" --prefix "$work/prefix" >/dev/null
-test ! -e "$work/prefix/include/LXHotelsFermo/core" || { echo "private headers were installed"; exit 1; }
-ls "$work"/prefix/lib*/libLXHotelsFermo.so.1 >/dev/null
+step "install"
+cmake --install "$build" --prefix "$prefix" >/dev/null
+test ! -e "$prefix/include/LXHotelsFermo/core" || fail "private headers were installed"
+core_lib=$(ls "$prefix"/lib*/libLXHotelsFermo.so.1)
+libdir=$(dirname "$core_lib")
+ui_lib=$libdir/libLXHotelsFermoUI.so.1
 
-cmake -S "$source/consumer" -B "$work/cmake-build" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
-cmake --build "$work/cmake-build" >/dev/null
-libdir=$(dirname "$(ls "$work"/prefix/lib*/libLXHotelsFermo.so.1 | head -n1)")
-LD_LIBRARY_PATH="$libdir" "$work/cmake-build/consumer"
-if [ -e "$work/cmake-build/consumer_ui" ]; then
-  LD_LIBRARY_PATH="$libdir" "$work/cmake-build/consumer_ui"
+consumer() { # consumer NAME [cmake args...]: configures and builds the CMake consumer
+  local dir=$work/$1; shift
+  cmake -S "$source/consumer" -B "$dir" -DCMAKE_PREFIX_PATH="$prefix" "$@" >"$work/configure.log" 2>&1 ||
+    { cat "$work/configure.log"; return 1; }
+  cmake --build "$dir" >/dev/null
+}
+
+step "CMake package, core alone, without GTK's or WebKitGTK's pkg-config files"
+# As on a machine without their development packages.
+nogtk=$work/pkgconfig-nogtk
+mkdir "$nogtk"
+IFS=: read -ra pc_dirs <<<"$(pkg-config --variable pc_path pkg-config)"
+for dir in "${pc_dirs[@]}"; do
+  for pc in "$dir"/*.pc; do
+    case $(basename "$pc") in gtk4*|webkitgtk-6.0*) continue ;; esac
+    [ -e "$pc" ] && [ ! -e "$nogtk/$(basename "$pc")" ] && ln -s "$pc" "$nogtk/"
+  done
+done
+export PKG_CONFIG_LIBDIR=$nogtk PKG_CONFIG_PATH=
+consumer core -DLXHF_COMPONENTS=core
+"$work/core/consumer"
+consumer default-nogtk
+test ! -e "$work/default-nogtk/consumer_ui" || fail "the default components took ui without GTK"
+if [ -e "$ui_lib" ]; then
+  if consumer ui-nogtk "-DLXHF_COMPONENTS=core;ui" >/dev/null; then fail "COMPONENTS ui was found without GTK"; fi
+  grep -q "gtk4" "$work/configure.log" || fail "COMPONENTS ui without GTK does not say why"
+fi
+unset PKG_CONFIG_LIBDIR PKG_CONFIG_PATH
+
+if [ -e "$ui_lib" ]; then
+  step "CMake package, core and ui"
+  consumer ui "-DLXHF_COMPONENTS=core;ui"
+  "$work/ui/consumer"
+  "$work/ui/consumer_ui"
 fi
 
+step "pkg-config"
+# As the README tells a host to build.
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 # shellcheck disable=SC2046
 g++ -std=c++20 "$source/consumer/main.cpp" -o "$work/pc-consumer" $(pkg-config --cflags --libs lxhotelsfermo)
 LD_LIBRARY_PATH="$libdir" "$work/pc-consumer"
-if [ -e "$libdir/pkgconfig/lxhotelsfermo-ui.pc" ]; then
+if [ -e "$ui_lib" ]; then
   # shellcheck disable=SC2046
   g++ -std=c++20 "$source/consumer/ui_main.cpp" -o "$work/pc-consumer-ui" $(pkg-config --cflags --libs lxhotelsfermo-ui)
   LD_LIBRARY_PATH="$libdir" "$work/pc-consumer-ui"
 fi
+
+if [ -e "$build/tools/lxfermo/lxfermo" ]; then
+  step "the installed lxfermo starts"
+  env -u LD_LIBRARY_PATH "$prefix/bin/lxfermo" --help >/dev/null || fail "the installed lxfermo does not start"
+fi
+
+step "exported symbols: the public API only"
+leaked=0
+for lib in "$core_lib" "$ui_lib"; do
+  [ -e "$lib" ] || continue
+  if nm -D --defined-only -C "$lib" | grep -E 'lxhf::|nlohmann' >"$work/leaked"; then
+    echo "$(basename "$lib") exports internals:" >&2
+    sed 's/^/  /' "$work/leaked" >&2
+    leaked=1
+  fi
+done
+[ "$leaked" = 0 ] || fail "internal symbols are exported"
 echo "install test passed"
