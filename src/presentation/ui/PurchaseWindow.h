@@ -9,7 +9,6 @@
 #include <webkit/webkit.h>
 
 #include "LXHotelsFermo/ui/LXPurchaseWindow.h"
-#include "LXHotelsFermo/ui/LXUIExport.h"
 #include "presentation/ui/UriLauncher.h"
 #include "presentation/ui/WebViewController.h"
 
@@ -34,11 +33,11 @@ struct PurchaseWindowSetup {
 
 // A fullscreen window, modal and transient for the host, destroyed with it.
 // Main context only; the window belongs to GTK's list of toplevels.
-LXHF_UI_EXPORT GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup);
+GtkWindow* presentPurchaseWindow(PurchaseWindowSetup setup);
 
 // Takes a window presentPurchaseWindow made down on the next turn of the
 // loop, unless it is gone by then. Nothing is reported to its callback for
 // this; onClosed still runs.
-LXHF_UI_EXPORT void dismissPurchaseWindow(GtkWindow* window);
+void dismissPurchaseWindow(GtkWindow* window);
 
 }  // namespace lxhf::ui

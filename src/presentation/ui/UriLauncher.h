@@ -5,7 +5,6 @@
 
 #include <gtk/gtk.h>
 
-#include "LXHotelsFermo/ui/LXUIExport.h"
 
 namespace lxhf::ui {
 
@@ -17,6 +16,6 @@ public:
     virtual void launch(const std::string& uri, GtkWindow* parent) = 0;
 };
 
-LXHF_UI_EXPORT std::shared_ptr<UriLauncher> makeDesktopUriLauncher();
+std::shared_ptr<UriLauncher> makeDesktopUriLauncher();
 
 }  // namespace lxhf::ui

@@ -15,7 +15,6 @@
 #include "LXHotelsFermo/LXHotelsFermoSDK.h"
 #include "LXHotelsFermo/LXPurchasePage.h"
 #include "LXHotelsFermo/ui/LXPurchaseWindow.h"
-#include "LXHotelsFermo/ui/LXUIExport.h"
 #include "presentation/ui/UriLauncher.h"
 
 namespace lxhf::ui {
@@ -25,7 +24,7 @@ using PageMessageReader = std::function<LXPurchasePageAction(std::string_view bo
 using WarningSink = std::function<void(std::string_view)>;
 
 // The process facade's pageMessage.
-LXHF_UI_EXPORT PageMessageReader sharedFacadeReader();
+PageMessageReader sharedFacadeReader();
 
 inline constexpr std::string_view kRefusedNonWebLink = "Refused to open a link that is not http or https";
 
@@ -47,7 +46,7 @@ struct WebViewSetup {
 // Owned by its widget and destroyed with it; main context only. Every signal
 // it connects is disconnected before it goes, so nothing calls into a dead
 // controller.
-class LXHF_UI_EXPORT WebViewController {
+class WebViewController {
 public:
     // Builds the widget and starts loading `url`. WebKitGTK has no per-request
     // timeout, so the 60 s request timeout is kept by stopping a load whose
