@@ -376,6 +376,16 @@ TEST(PublicExports, RawValuesReadBackAndOthersAreRefused) {
     }
 }
 
+// Even where NDEBUG is set: reading the wrong alternative would read the other one's memory.
+TEST(ResultDeathTest, ReadingTheAlternativeItDoesNotHoldStopsTheProcess) {
+    const LXResult<int, std::string> failed(std::string("why")), succeeded(1);
+    EXPECT_DEATH((void)failed.value(), "");
+    EXPECT_DEATH((void)*failed, "");
+    EXPECT_DEATH((void)succeeded.error(), "");
+    EXPECT_EQ(*succeeded, 1);
+    EXPECT_EQ(failed.error(), "why");
+}
+
 using namespace std::chrono;
 
 const LXDevice kPhone{"device-1", {{"17.4", LXType::i_os}, LXSoftware::app}, LXHardware::mobile};
