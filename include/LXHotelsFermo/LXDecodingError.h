@@ -18,4 +18,9 @@ struct LXHF_EXPORT LXDecodingError {
     std::string description() const;
 };
 
+namespace LXHotelsFermo {
+
+// "keyNotFound", "typeMismatch", "valueNotFound" or "dataCorrupted".
 LXHF_EXPORT const char* toString(LXDecodingError::Kind kind) noexcept;
+
+}  // namespace LXHotelsFermo

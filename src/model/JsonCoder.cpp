@@ -100,7 +100,7 @@ std::string keyNotFoundDescription(std::string_view key) {
 
 }  // namespace lxhf::json
 
-const char* toString(LXDecodingError::Kind kind) noexcept {
+const char* LXHotelsFermo::toString(LXDecodingError::Kind kind) noexcept {
     switch (kind) {
         case LXDecodingError::Kind::keyNotFound: return "keyNotFound";
         case LXDecodingError::Kind::typeMismatch: return "typeMismatch";
@@ -116,7 +116,7 @@ std::string LXDecodingError::description() const {
         if (!path.empty()) path += '.';
         path += component;
     }
-    std::string out = toString(kind);
+    std::string out = LXHotelsFermo::toString(kind);
     if (!path.empty()) out += " at " + path;
     return out + ": " + debugDescription;
 }

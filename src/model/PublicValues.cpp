@@ -49,6 +49,8 @@ std::string LXFermoOffer::toJSON(LXJSONKeyStyle keys) const {
     return Encoder(lxhf::json::encodingFor(keys)).encode(*this);
 }
 
+namespace LXHotelsFermo {
+
 std::string_view rawValue(LXEnvironmentType type) noexcept {
     return type == LXEnvironmentType::production ? "production" : "staging";
 }
@@ -68,3 +70,5 @@ std::optional<LXRefresh> refreshFromRawValue(std::string_view raw) noexcept {
     if (raw == "errorsOnly") return LXRefresh::errorsOnly;
     return std::nullopt;
 }
+
+}  // namespace LXHotelsFermo

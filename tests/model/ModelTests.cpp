@@ -45,7 +45,7 @@ template <class T>
 void expectFailure(const LXResult<T, LXDecodingError>& result, Kind kind, const std::vector<std::string>& path,
                    const std::string& description = {}) {
     ASSERT_FALSE(result.ok());
-    EXPECT_STREQ(toString(result.error().kind), toString(kind));
+    EXPECT_STREQ(LXHotelsFermo::toString(result.error().kind), LXHotelsFermo::toString(kind));
     EXPECT_EQ(result.error().codingPath, path);
     if (!description.empty()) {
         EXPECT_EQ(result.error().debugDescription, description);
@@ -361,6 +361,7 @@ TEST(FermoOfferJson, RoomDetailsKeyFollowsTheKeyStyle) {
 }
 
 TEST(PublicExports, RawValuesReadBackAndOthersAreRefused) {
+    using namespace LXHotelsFermo;
     for (const auto& [type, raw] :
          {std::pair{LXEnvironmentType::production, "production"}, {LXEnvironmentType::staging, "staging"}}) {
         EXPECT_EQ(rawValue(type), raw);
