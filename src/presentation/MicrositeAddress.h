@@ -22,8 +22,6 @@ struct MicrositeEndpoint {
     std::string path;
 };
 
-inline constexpr std::string_view kMicrositePath = "/cloud/hotels/purchase";
-
 inline constexpr std::string_view kNotSignedFullOffer = "offerResponse is not a signedFullOffer";
 inline constexpr std::string_view kErrorEncodingMicrositeUrl = "Error encoding microsite URL:\n";
 // Worded as it has always been, although its first name stands for the offer.
