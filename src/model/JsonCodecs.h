@@ -91,7 +91,7 @@ struct LXHF_EXPORT Codec<std::int64_t> {
     static std::optional<std::int64_t> decode(const Json& j, DecodeContext& c);
 };
 
-// Whole values are written without ".0", as Foundation does.
+// Whole values are written without ".0" (2.0 as 2); readers take either form.
 template <>
 struct LXHF_EXPORT Codec<double> {
     static constexpr std::string_view name = "Double";

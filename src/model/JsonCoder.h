@@ -121,7 +121,9 @@ private:
 };
 
 // The members of one JSON object, looked up by field name under the
-// decoder's key strategy (input keys converted first, as Foundation does).
+// decoder's key strategy: each input key is converted from snake case and
+// then compared with the field name, so "image_url" and "image_URL" both
+// find imageUrl.
 class LXHF_EXPORT ObjectView {
 public:
     ObjectView(const Json& object, const DecodeContext& context);

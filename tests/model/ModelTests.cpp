@@ -78,7 +78,7 @@ std::string missingKey(const std::string& key) {
 CodableValue flag(auto value) { return CodableValue{value}; }
 
 // Map keys staying as they are is checked by the goldens' extAttributes and feature flags.
-TEST(KeyConversion, ConvertsWordsAsFoundationDoes) {
+TEST(KeyConversion, SplitsWordsAtCapitalsAndUnderscores) {
     const std::pair<const char*, const char*> toSnake[] = {
         {"imageURL", "image_url"}, {"myURLProperty", "my_url_property"},
         {"URLString", "u_rl_string"},  // the first character never starts a word
