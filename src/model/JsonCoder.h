@@ -49,7 +49,8 @@ struct LXHF_EXPORT EncodingError {
     std::vector<std::string> codingPath;
     std::string debugDescription;
 
-    // "invalidValue at value.createdOn: Unable to encode Double.nan directly in JSON."
+    // "invalidValue at value.createdOn: NaN has no JSON form", or "... at the
+    // top level: ..." when the value itself fails.
     std::string description() const;
 };
 
@@ -135,12 +136,13 @@ private:
     std::vector<std::pair<std::string, const Json*>> convertedMembers_;
 };
 
+// "no value for the key \"checkIn\"", for a key missing from the object at the current path.
 LXHF_EXPORT std::string keyNotFoundDescription(std::string_view key);
 
 // Specialised per type in JsonCodecs.h:
 //   static Json encode(const T&, EncodeContext&);
 //   static std::optional<T> decode(const Json&, DecodeContext&);
-//   static constexpr std::string_view name;
+//   static constexpr std::string_view name;  // the JSON it reads, as errors say it: "a string"
 template <class T, class Enable = void>
 struct Codec;
 

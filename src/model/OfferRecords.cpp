@@ -14,7 +14,7 @@ std::optional<CodableValue> Codec<CodableValue>::decode(const Json& j, DecodeCon
     if (auto i = Codec<std::int64_t>::decode(j, scratch)) return CodableValue{*i};
     if (auto d = Codec<double>::decode(j, scratch)) return CodableValue{*d};
     if (auto b = Codec<bool>::decode(j, scratch)) return CodableValue{*b};
-    c.fail(LXDecodingError::Kind::typeMismatch, "Value not convertible to any supported type");
+    c.containerMismatch(name, j);  // null included: no alternative takes it
     return std::nullopt;
 }
 

@@ -128,7 +128,7 @@ namespace lxhf::json {
 
 template <>
 struct LXHF_EXPORT Codec<CodableValue> {
-    static constexpr std::string_view name = "CodableValue";
+    static constexpr std::string_view name = "a string, a number or a boolean";
     static Json encode(const CodableValue& v, EncodeContext& c);
     // Tries string, integer, double, then boolean; the first that reads wins.
     static std::optional<CodableValue> decode(const Json& j, DecodeContext& c);

@@ -144,7 +144,7 @@ namespace lxhf::json {
 
 template <>
 struct Codec<LXRoomDetails> {
-    static constexpr std::string_view name = "LXRoomDetails";
+    static constexpr std::string_view name = "an object";
     static Json encode(const LXRoomDetails& room, EncodeContext& c) {
         return Codec<LXRoomDetailsData>::encode(details(room), c);
     }
