@@ -26,9 +26,9 @@ void OfferBoard::replaceAll(Offers offers) {
 }
 
 void OfferBoard::index(std::size_t position) {
-    const LXRoomDetails& room = RoomDetailsAccess::room(offers_.value()[position]);
+    const LXRoomDetails& room = offers_.value()[position].roomDetails();
     byDetails_.try_emplace(room, position);
-    byRequestRoom_[requestRoomHash(details(room).room)].push_back(position);
+    byRequestRoom_[requestRoomHash(room.room())].push_back(position);
 }
 
 std::optional<std::size_t> OfferBoard::indexOf(const LXRoomDetails& room) const {
@@ -41,7 +41,7 @@ std::optional<std::size_t> OfferBoard::indexOfMatching(const LXOfferRequestRoom&
     const auto bucket = byRequestRoom_.find(requestRoomHash(room));
     if (bucket == byRequestRoom_.end()) return std::nullopt;
     for (std::size_t position : bucket->second)
-        if (room.matches(details(RoomDetailsAccess::room(offers()[position])).room)) return position;
+        if (room.matches(offers()[position].roomDetails().room())) return position;
     return std::nullopt;
 }
 

@@ -31,8 +31,19 @@ constexpr Field<C, M> field(std::string_view name, M C::*member) {
 // Inside a record: `using Self = X; static constexpr auto fields() { return std::tuple{LX_FIELD(a), ...}; }`
 #define LX_FIELD(name) ::lxhf::json::field(#name, &Self::name)
 
+// The same list for a record that cannot carry it, such as a public one:
+// specialise with `using Self = X;` and the same `fields()`.
 template <class T>
-concept Record = requires { T::fields(); };
+struct RecordFields {};
+
+template <class T>
+concept Record = requires { T::fields(); } || requires { RecordFields<T>::fields(); };
+
+template <Record T>
+constexpr auto fieldsOf() {
+    if constexpr (requires { RecordFields<T>::fields(); }) return RecordFields<T>::fields();
+    else return T::fields();
+}
 
 template <class T> struct IsOptional : std::false_type {};
 template <class T> struct IsOptional<std::optional<T>> : std::true_type {};
@@ -189,7 +200,7 @@ struct Codec<T> {
 
     static Json encode(const T& record, EncodeContext& c) {
         Json out = Json::object();
-        std::apply([&](const auto&... f) { (encodeField(out, record, f, c), ...); }, T::fields());
+        std::apply([&](const auto&... f) { (encodeField(out, record, f, c), ...); }, fieldsOf<T>());
         return out;
     }
 
@@ -198,7 +209,7 @@ struct Codec<T> {
         const ObjectView members(j, c);
         T record{};
         const bool ok = std::apply(
-            [&](const auto&... f) { return (decodeField(members, record, f, c) && ...); }, T::fields());
+            [&](const auto&... f) { return (decodeField(members, record, f, c) && ...); }, fieldsOf<T>());
         if (!ok) return std::nullopt;
         return record;
     }

@@ -101,7 +101,7 @@ std::optional<LXFermoPurchaseResult> Codec<LXFermoPurchaseResult>::decode(const 
 
 Json Codec<LXFermoOffer>::encode(const LXFermoOffer& offer, EncodeContext& c) {
     Json out = Json::object();
-    out[c.key("roomDetails")] = Codec<LXRoomDetails>::encode(RoomDetailsAccess::room(offer), c);
+    out[c.key("roomDetails")] = Codec<LXRoomDetails>::encode(offer.roomDetails(), c);
     out[c.key("state")] = Codec<LXFermoOfferState>::encode(offer.state, c);
     return out;
 }

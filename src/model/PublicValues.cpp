@@ -17,6 +17,15 @@ LXRoomDetails lxhf::RoomDetailsAccess::make(LXRoomDetailsData data) {
     return LXRoomDetails(std::make_shared<const LXRoomDetailsData>(std::move(data)));
 }
 
+LXRoomDetails LXRoomDetails::make(std::optional<std::string> userId, LXBooking booking, LXHotel hotel, LXRoom room) {
+    return lxhf::RoomDetailsAccess::make({std::move(userId), std::move(booking), std::move(hotel), std::move(room)});
+}
+
+const std::optional<std::string>& LXRoomDetails::userId() const noexcept { return data_->userId; }
+const LXBooking& LXRoomDetails::booking() const noexcept { return data_->booking; }
+const LXHotel& LXRoomDetails::hotel() const noexcept { return data_->hotel; }
+const LXRoom& LXRoomDetails::room() const noexcept { return data_->room; }
+
 bool operator==(const LXRoomDetails& a, const LXRoomDetails& b) noexcept {
     return a.data_ == b.data_ || (a.hash_ == b.hash_ && *a.data_ == *b.data_);
 }

@@ -140,13 +140,13 @@ TEST(CodableValueJson, ReadsStringThenIntThenDoubleThenBoolAndWritesBareValues) 
 }
 
 TEST(OfferRequest, CarriesTheThirteenSharedRoomFieldsAndOnlyPresentOptionals) {
-    auto minimal = json::Decoder().fromJson<LXRoomDetailsData>(goldenJson("room_details_minimal.json"));
+    auto minimal = LXRoomDetails::fromJSON(golden("room_details_minimal.json"));
     ASSERT_TRUE(minimal.ok()) << why(minimal);
-    const LXOfferRequest request{minimal->hotel, minimal->booking, {LXOfferRequestRoom::from(minimal->room)},
+    const LXOfferRequest request{minimal->hotel(), minimal->booking(), {LXOfferRequestRoom::from(minimal->room())},
                                  "create_rooms_deposit_offer"};
     EXPECT_EQ(kWireEncoder.encode(request), golden("offer_request_snake.json"));
 
-    LXRoom room = minimal->room;
+    LXRoom room = minimal->room();
     room.merchantRoomId = "MR1";
     room.promotion = LXPromotion{"P1", "2024-05-31"};
     room.addons = std::vector<std::string>{"breakfast"};
@@ -185,9 +185,34 @@ TEST(RoomDetailsJson, GoldenFormsInBothKeyStyles) {
     EXPECT_TRUE(*fromCamel == *fromSnake);
     EXPECT_EQ(fromCamel->toJSON(LXJSONKeyStyle::fieldNames), camel);
     EXPECT_EQ(fromCamel->toJSON(LXJSONKeyStyle::snakeCase), snake);
-    EXPECT_EQ(details(*fromSnake).room.extAttributes.count("someKey_x"), 1u);  // map keys are data
+    EXPECT_EQ(fromSnake->room().extAttributes.count("someKey_x"), 1u);  // map keys are data
     EXPECT_THAT(snake, HasSubstr(R"("https://img.example.com/rooms/r1.jpg")"));  // "/" unescaped
     EXPECT_THAT(snake, HasSubstr("Hotel Citt\xC3\xA0 di Fermo"));                  // UTF-8 as it stands
+}
+
+TEST(RoomDetailsParts, AMadeRoomIsTheSameKeyAsItsJsonAndReadsBackItsParts) {
+    const LXRoomDetails made = LXRoomDetails::make(
+        "user-42", LXBooking{{"2024-06-01", "2024-06-04"}, {2, 1}, "it_IT", "EUR", 1},
+        LXHotel{"H1", "Hotel Citt\xC3\xA0 di Fermo", "4", "8.9", {"Via Roma 1", "Fermo", "IT"},
+                LXCheckInTime{"15:00", "+02:00"}},
+        LXRoom{"R1", "M1", "MR1", "Camera doppia", 2, "120.00", "double", LXPromotion{"P1", "2024-05-31T23:59:59Z"},
+               "FLEX", "RC1", std::vector<std::string>{"breakfast", "parking"}, 3, true,
+               "https://img.example.com/rooms/r1.jpg", "132.00", {{"someKey_x", "v"}, {"boardType", "BB"}}});
+    const LXRoomDetails read = decode(goldenJson("room_details.json"));
+    EXPECT_TRUE(made == read);
+    EXPECT_EQ(std::hash<LXRoomDetails>{}(made), std::hash<LXRoomDetails>{}(read));
+    EXPECT_EQ(made.toJSON(), golden("room_details.json"));
+
+    EXPECT_EQ(read.userId(), "user-42");
+    EXPECT_EQ(read.booking().stayDates.checkOut, "2024-06-04");
+    EXPECT_EQ(read.hotel().checkInTime->utcOffset, "+02:00");
+    EXPECT_EQ(read.room().extAttributes.at("someKey_x"), "v");
+    const LXRoomDetails copy = read;
+    EXPECT_EQ(&copy.room(), &read.room());  // copies share one body
+
+    const LXRoomDetails anonymous = LXRoomDetails::make(std::nullopt, made.booking(), made.hotel(), made.room());
+    EXPECT_FALSE(anonymous == made);
+    EXPECT_THAT(anonymous.toJSON(), Not(HasSubstr("userId")));
 }
 
 TEST(RoomDetailsJson, OptionalsAbsentNullAndFalse) {
@@ -204,8 +229,8 @@ TEST(RoomDetailsJson, OptionalsAbsentNullAndFalse) {
 
     Json promotion = Json::parse(minimal);
     promotion["room"]["promotion"] = {{"id", "P1"}, {"unknown", 1}};
-    ASSERT_TRUE(details(decode(promotion)).room.promotion.has_value());
-    EXPECT_FALSE(details(decode(promotion)).room.promotion->expiry.has_value());
+    ASSERT_TRUE(decode(promotion).room().promotion.has_value());
+    EXPECT_FALSE(decode(promotion).room().promotion->expiry.has_value());
 
     Json withUser = Json::parse(minimal), refundableFalse = withUser, moreChildren = withUser;
     withUser["userId"] = "u1";
@@ -350,6 +375,7 @@ TEST(FermoOfferJson, RoomDetailsKeyFollowsTheKeyStyle) {
     auto offer = LXFermoOffer::fromJSON(camel);
     ASSERT_TRUE(offer.ok()) << why(offer);
     EXPECT_EQ(offer->toJSON(), camel);
+    EXPECT_TRUE(offer->roomDetails() == decode(goldenJson("room_details_minimal.json")));
     const std::string snake = offer->toJSON(LXJSONKeyStyle::snakeCase);
     EXPECT_THAT(snake, HasSubstr(R"({"room_details":{"booking":{"stay_dates":)"));
     EXPECT_THAT(snake, HasSubstr(R"(,"state":{"available":{}}})"));

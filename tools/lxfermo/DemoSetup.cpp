@@ -156,7 +156,7 @@ void DemoSetup::reportShown(const LXRoomDetails& room) {
     lxhf::FacadeAccess::onShown(*sdk_, *response);
 }
 
-const LXRoomDetails& roomOf(const LXFermoOffer& offer) { return lxhf::RoomDetailsAccess::room(offer); }
+const LXRoomDetails& roomOf(const LXFermoOffer& offer) { return offer.roomDetails(); }
 
 const char* stateName(const LXFermoOfferState& state) {
     switch (state.kind()) {

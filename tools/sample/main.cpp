@@ -79,17 +79,16 @@ LXRoomDetails makeRoom(const Json& hotel, const Json& room) {
 }
 
 LXOfferResponse makeResponse(const LXRoomDetails& roomDetails, LXOfferResponseType type) {
-    const auto& data = lxhf::details(roomDetails);
     LXOfferResponse response;
-    response.offer.hotelId = data.hotel.id;
-    response.offer.roomId = data.room.id;
-    response.offer.id = "offer-" + data.room.id;
-    response.offer.merchantId = data.room.merchantId;
-    response.offer.merchantRoomId = data.room.merchantRoomId.value_or(data.room.id);
+    response.offer.hotelId = roomDetails.hotel().id;
+    response.offer.roomId = roomDetails.room().id;
+    response.offer.id = "offer-" + roomDetails.room().id;
+    response.offer.merchantId = roomDetails.room().merchantId;
+    response.offer.merchantRoomId = roomDetails.room().merchantRoomId.value_or(roomDetails.room().id);
     response.offer.conditions = {"EUR", "120.00", "360.00", "9.99", "9.99", "40.00", "120.00",
                                  "2024-05-20T10:00:00Z", "2024-05-27T10:00:00Z"};
-    response.offer.booking = data.booking;
-    response.offer.room = LXOfferRequestRoom::from(data.room);
+    response.offer.booking = roomDetails.booking();
+    response.offer.room = LXOfferRequestRoom::from(roomDetails.room());
     response.offer.type = "rooms_deposit_offer";
     response.signature = "c2lnbmF0dXJl";
     response.type = type;
@@ -110,7 +109,7 @@ int main() {
     };
 
     heading("Room details");
-    for (const auto& room : rooms) showBoth("room " + lxhf::details(room).room.id, room);
+    for (const auto& room : rooms) showBoth("room " + room.room().id, room);
 
     heading("Offer entries for room M-12, one per state");
     const std::vector<std::pair<std::string, LXFermoOfferState>> states = {
