@@ -6,15 +6,7 @@ namespace lxhf {
 
 std::size_t requestRoomHash(const LXOfferRequestRoom& room) noexcept { return hashOf(room); }
 
-std::size_t requestRoomHash(const LXRoom& r) noexcept {
-    // Same fields, same order as LXOfferRequestRoom, so both hashes agree.
-    Hasher h;
-    h.combine(r.id), h.combine(r.merchantId), h.combine(r.merchantRoomId), h.combine(r.name);
-    h.combine(r.beds), h.combine(r.price), h.combine(r.roomType), h.combine(r.promotion);
-    h.combine(r.cancellationCode), h.combine(r.rateCategoryId), h.combine(r.addons);
-    h.combine(r.availability), h.combine(r.isRefundable);
-    return h.value();
-}
+std::size_t requestRoomHash(const LXRoom& room) noexcept { return LXOfferRequestRoom::hashOfShared(room); }
 
 void OfferBoard::replaceAll(Offers offers) {
     byDetails_.clear();

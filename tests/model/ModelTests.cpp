@@ -17,6 +17,7 @@
 #include "model/KeyConversion.h"
 #include "model/OfferRecords.h"
 #include "model/PublicStateCoding.h"
+#include "model/RecordHash.h"
 #include "model/RoomDetailsRecords.h"
 #include "model/SessionRecords.h"
 #include "support/HostileJson.h"
@@ -168,6 +169,7 @@ TEST(OfferRequest, CarriesTheThirteenSharedRoomFieldsAndOnlyPresentOptionals) {
         const bool same = &change == &changes[0];
         EXPECT_EQ(sent.matches(changed), same);
         EXPECT_EQ(sent == LXOfferRequestRoom::from(changed), same);
+        EXPECT_EQ(LXOfferRequestRoom::hashOfShared(changed) == hashOf(sent), same);  // answers are found by it
     }
 }
 
