@@ -28,14 +28,12 @@ inline constexpr int kRoomsPerHotel = 10;
 inline LXRoomDetails benchRoom(int index) {
     const std::string id = "R" + std::to_string(index);
     const std::string hotelId = "H" + std::to_string(index / kRoomsPerHotel);
-    LXRoomDetailsData d;
-    d.userId = "traveller-1";
-    d.booking = LXBooking{{"2024-06-01", "2024-06-04"}, {2, 0}, "en_US", "EUR", 1};
-    d.hotel = LXHotel{hotelId, "Hotel " + hotelId, "4", std::nullopt, {"1 Via Roma", "Fermo", "IT"}, std::nullopt};
-    d.room = LXRoom{id,       "merchant-1", "mr-" + id, "Double " + id, 2, "120.00", "double",
-                    std::nullopt, "FREE48", "rate-1", std::vector<std::string>{"breakfast"}, 3, true,
-                    "https://img.example/" + id + ".jpg", "132.00", {{"view", "sea"}}};
-    return RoomDetailsAccess::make(std::move(d));
+    return LXRoomDetails::make(
+        "traveller-1", LXBooking{{"2024-06-01", "2024-06-04"}, {2, 0}, "en_US", "EUR", 1},
+        LXHotel{hotelId, "Hotel " + hotelId, "4", std::nullopt, {"1 Via Roma", "Fermo", "IT"}, std::nullopt},
+        LXRoom{id,       "merchant-1", "mr-" + id, "Double " + id, 2, "120.00", "double",
+               std::nullopt, "FREE48", "rate-1", std::vector<std::string>{"breakfast"}, 3, true,
+               "https://img.example/" + id + ".jpg", "132.00", {{"view", "sea"}}});
 }
 
 inline std::vector<LXRoomDetails> benchRooms(int count) {
@@ -46,19 +44,18 @@ inline std::vector<LXRoomDetails> benchRooms(int count) {
 }
 
 inline LXOfferResponse benchResponse(const LXRoomDetails& room) {
-    const auto& d = details(room);
     LXOfferResponse r;
-    r.offer.hotelId = d.hotel.id;
-    r.offer.roomId = d.room.id;
-    r.offer.id = "fo-" + d.room.id;
-    r.offer.merchantId = d.room.merchantId;
-    r.offer.merchantRoomId = d.room.merchantRoomId.value_or(d.room.id);
+    r.offer.hotelId = room.hotel().id;
+    r.offer.roomId = room.room().id;
+    r.offer.id = "fo-" + room.room().id;
+    r.offer.merchantId = room.room().merchantId;
+    r.offer.merchantRoomId = room.room().merchantRoomId.value_or(room.room().id);
     r.offer.conditions = {"EUR", "120.00", "120.00", "12.00", "12.00", "18.00", "18.00", "2024-01-01T00:15:00Z",
                           "2024-01-04T00:00:00Z"};
-    r.offer.booking = d.booking;
-    r.offer.room = LXOfferRequestRoom::from(d.room);
+    r.offer.booking = room.booking();
+    r.offer.room = LXOfferRequestRoom::from(room.room());
     r.offer.type = "rooms_deposit_offer";
-    r.signature = "sig-" + d.room.id;
+    r.signature = "sig-" + room.room().id;
     r.type = LXOfferResponseType::signedFullOffer;
     return r;
 }

@@ -63,10 +63,10 @@ void BM_CodeBatches(benchmark::State& state) {
     const json::Decoder decoder(json::KeyDecoding::convertFromSnakeCase);
     for (auto _ : state) {
         for (std::size_t b = 0; b < bodies.size(); ++b) {
-            const auto& first = details(rooms[b * kRoomsPerHotel]);
-            LXOfferRequest request{first.hotel, first.booking, {}, "create_rooms_deposit_offer"};
+            const LXRoomDetails& first = rooms[b * kRoomsPerHotel];
+            LXOfferRequest request{first.hotel(), first.booking(), {}, "create_rooms_deposit_offer"};
             for (std::size_t i = b * kRoomsPerHotel; i < rooms.size() && i < (b + 1) * kRoomsPerHotel; ++i)
-                request.rooms.push_back(LXOfferRequestRoom::from(details(rooms[i]).room));
+                request.rooms.push_back(LXOfferRequestRoom::from(rooms[i].room()));
             benchmark::DoNotOptimize(encoder.encode(request));
             auto decoded = decoder.decode<std::vector<LXOfferResponse>>(bodies[b]);
             if (!decoded) benchFailure("answer does not decode");
@@ -87,18 +87,18 @@ struct NaiveBoard {
         std::vector<LXRoomDetails> toFetch;
         for (const auto& room : rooms) {
             if (std::any_of(offers.begin(), offers.end(),
-                            [&](const LXFermoOffer& o) { return RoomDetailsAccess::room(o) == room; }))
+                            [&](const LXFermoOffer& o) { return o.roomDetails() == room; }))
                 continue;
             offers.push_back(RoomDetailsAccess::makeOffer(room, LXFermoOfferState::loading()));
             toFetch.push_back(room);
         }
         for (const auto& room : toFetch) {
-            const auto& d = details(room);
+            const LXRoomDetails& d = room;
             auto batch = std::find_if(queue.begin(), queue.end(), [&](const LXRequestOffersBatch& b) {
-                return b.booking == d.booking && b.hotel == d.hotel;
+                return b.booking == d.booking() && b.hotel == d.hotel();
             });
             if (batch != queue.end()) batch->roomsDetails.push_back(room);
-            else queue.push_back({d.booking, d.hotel, {room}});
+            else queue.push_back({d.booking(), d.hotel(), {room}});
         }
     }
 
@@ -107,22 +107,22 @@ struct NaiveBoard {
     void apply(const LXRequestOffersBatch& batch, const std::string& body, const json::Encoder& encoder,
                const json::Decoder& decoder) {
         LXOfferRequest request{batch.hotel, batch.booking, {}, "create_rooms_deposit_offer"};
-        for (const auto& room : batch.roomsDetails) request.rooms.push_back(LXOfferRequestRoom::from(details(room).room));
+        for (const auto& room : batch.roomsDetails) request.rooms.push_back(LXOfferRequestRoom::from(room.room()));
         benchmark::DoNotOptimize(encoder.encode(request));
         auto decoded = decoder.decode<std::vector<LXOfferResponse>>(body);
         if (!decoded) benchFailure("answer does not decode");
         const auto& answer = decoded.value();
 
         for (const auto& room : batch.roomsDetails) {
-            const LXRoom& wanted = details(room).room;
+            const LXRoom& wanted = room.room();
             auto match = std::find_if(answer.begin(), answer.end(),
                                       [&](const LXOfferResponse& r) { return r.offer.room.matches(wanted); });
             if (match != answer.end()) {
                 auto entry = std::find_if(offers.begin(), offers.end(), [&](const LXFermoOffer& o) {
-                    return match->offer.room.matches(details(RoomDetailsAccess::room(o)).room);
+                    return match->offer.room.matches(o.roomDetails().room());
                 });
                 if (entry != offers.end()) {
-                    const auto& key = RoomDetailsAccess::room(*entry);
+                    const auto& key = entry->roomDetails();
                     auto stored = std::find_if(responses.begin(), responses.end(),
                                                [&](const auto& kv) { return kv.first == key; });
                     if (stored != responses.end()) stored->second = *match;
@@ -131,7 +131,7 @@ struct NaiveBoard {
                 }
             } else {
                 auto entry = std::find_if(offers.begin(), offers.end(),
-                                          [&](const LXFermoOffer& o) { return RoomDetailsAccess::room(o) == room; });
+                                          [&](const LXFermoOffer& o) { return o.roomDetails() == room; });
                 if (entry != offers.end()) entry->state = LXFermoOfferState::error(makeError("Error fetching offer"));
             }
             std::erase_if(queue, [&](const LXRequestOffersBatch& b) {

@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include "BenchRooms.h"
+#include "core/Environment.h"
 #include "presentation/BridgeMessage.h"
 #include "presentation/MicrositeAddress.h"
 
@@ -13,7 +14,7 @@ namespace {
 void BM_MicrositeAddress(benchmark::State& state) {
     const auto room = benchRoom(0);
     MicrositeAddressInputs inputs;
-    inputs.endpoint = {"https", "api.staging.lxhotels.com", std::string(kMicrositePath)};
+    inputs.endpoint = {"https", "api.staging.lxhotels.com", LXEnvironment::staging().micrositePath};
     inputs.token = "partner token & more";
     inputs.sessionId = "6F9619FF-8B86-D011-B42D-00C04FC964FF";
     inputs.offerResponse = benchResponse(room);

@@ -50,15 +50,15 @@ std::vector<std::string> splitLines(std::string_view text) {
 }
 
 LXRoomDetails roomWith(const std::vector<std::string>& part) {
-    LXRoomDetailsData d;
-    d.booking = LXBooking{{"2024-06-01", "2024-06-04"}, {2, 0}, "en_US", "EUR", 1};
-    d.hotel = LXHotel{"H1", part[5], "4", std::nullopt, {"Via Roma 1", "Fermo", "IT"}, std::nullopt};
-    d.room.id = "R1";
-    d.room.merchantId = "M1";
-    d.room.imageUrl = part[6];
-    d.room.extAttributes[part[7]] = part[8];
-    d.room.priceInclusive = part[10];
-    return lxhf::RoomDetailsAccess::make(std::move(d));
+    LXRoom room;
+    room.id = "R1";
+    room.merchantId = "M1";
+    room.imageUrl = part[6];
+    room.extAttributes[part[7]] = part[8];
+    room.priceInclusive = part[10];
+    return LXRoomDetails::make(std::nullopt, LXBooking{{"2024-06-01", "2024-06-04"}, {2, 0}, "en_US", "EUR", 1},
+                               LXHotel{"H1", part[5], "4", std::nullopt, {"Via Roma 1", "Fermo", "IT"}, std::nullopt},
+                               std::move(room));
 }
 
 }  // namespace

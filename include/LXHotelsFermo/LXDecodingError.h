@@ -10,12 +10,22 @@ struct LXHF_EXPORT LXDecodingError {
     enum class Kind { keyNotFound, typeMismatch, valueNotFound, dataCorrupted };
 
     Kind kind = Kind::dataCorrupted;
-    // Keys (and "Index N" for array elements) from the top to the failing value.
+    // Field names, map keys and "Index N" for array elements, from the top
+    // to the failing value; for keyNotFound, to the object missing the key.
     std::vector<std::string> codingPath;
+    // What is wrong there, in a few words: "no value for the key \"checkIn\"".
     std::string debugDescription;
 
-    // "keyNotFound at booking.stayDates: No value associated with key \"checkIn\"."
+    // The kind, where and what, for people to read rather than to parse, e.g.
+    //   keyNotFound at booking.stayDates: no value for the key "checkIn"
+    //   keyNotFound at the top level: no value for the key "booking"
+    //   typeMismatch at hotel.starRating: expected a string but found a number
     std::string description() const;
 };
 
+namespace LXHotelsFermo {
+
+// "keyNotFound", "typeMismatch", "valueNotFound" or "dataCorrupted".
 LXHF_EXPORT const char* toString(LXDecodingError::Kind kind) noexcept;
+
+}  // namespace LXHotelsFermo

@@ -69,11 +69,13 @@ private:
     std::optional<LXErrorInfo> error_;
 };
 
-// One room handed to the library and the state of its offer. The room is the
-// library's own business; the host reads and may set the state.
+// One room handed to the library and the state of its offer. The host reads
+// both and may set the state; the room stays the one it was listed as.
 class LXHF_EXPORT LXFermoOffer {
 public:
     LXFermoOfferState state;
+
+    const LXRoomDetails& roomDetails() const noexcept { return roomDetails_; }
 
     static LXResult<LXFermoOffer, LXDecodingError> fromJSON(
         std::string_view json, LXJSONKeyStyle keys = LXJSONKeyStyle::fieldNames);

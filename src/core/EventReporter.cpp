@@ -20,8 +20,7 @@ EventReporter::EventReporter(SessionSource& sessions, ServiceApi& api, MainQueue
                              LoggerSlot& log, const bool& networkConnected)
     : sessions_(sessions), api_(api), mainQueue_(queue), clock_(clock), log_(log),
       networkConnected_(networkConnected),
-      debouncer_(std::make_unique<Debouncer>(queue, kEventsDelay, [] {})),
-      eventsStore_(dateProviderOf(clock), kEntryLifetime, 200) {}
+      debouncer_(std::make_unique<Debouncer>(queue, kEventsDelay, [] {})) {}
 
 LXResult<bool, LXErrorInfo> EventReporter::onShown(const LXOfferResponse& response) {
     const std::string& offerId = response.offer.id;

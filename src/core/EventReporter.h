@@ -8,7 +8,6 @@
 #include "core/SessionSource.h"
 #include "infra/Debouncer.h"
 #include "infra/LoggerSlot.h"
-#include "infra/SessionStore.h"
 #include "model/SessionRecords.h"
 #include "platform/Clock.h"
 #include "platform/MainQueue.h"
@@ -43,8 +42,6 @@ private:
     std::vector<LXEvent> queue_;
     std::vector<std::string> processed_;
     std::unique_ptr<Debouncer> debouncer_;
-    // Made and never used again: events are deliberately not persisted.
-    LXStore<std::string, LXEvent> eventsStore_;
 };
 
 }  // namespace lxhf

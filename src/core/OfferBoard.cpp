@@ -6,15 +6,7 @@ namespace lxhf {
 
 std::size_t requestRoomHash(const LXOfferRequestRoom& room) noexcept { return hashOf(room); }
 
-std::size_t requestRoomHash(const LXRoom& r) noexcept {
-    // Same fields, same order as LXOfferRequestRoom, so both hashes agree.
-    Hasher h;
-    h.combine(r.id), h.combine(r.merchantId), h.combine(r.merchantRoomId), h.combine(r.name);
-    h.combine(r.beds), h.combine(r.price), h.combine(r.roomType), h.combine(r.promotion);
-    h.combine(r.cancellationCode), h.combine(r.rateCategoryId), h.combine(r.addons);
-    h.combine(r.availability), h.combine(r.isRefundable);
-    return h.value();
-}
+std::size_t requestRoomHash(const LXRoom& room) noexcept { return LXOfferRequestRoom::hashOfShared(room); }
 
 void OfferBoard::replaceAll(Offers offers) {
     byDetails_.clear();
@@ -26,9 +18,9 @@ void OfferBoard::replaceAll(Offers offers) {
 }
 
 void OfferBoard::index(std::size_t position) {
-    const LXRoomDetails& room = RoomDetailsAccess::room(offers_.value()[position]);
+    const LXRoomDetails& room = offers_.value()[position].roomDetails();
     byDetails_.try_emplace(room, position);
-    byRequestRoom_[requestRoomHash(details(room).room)].push_back(position);
+    byRequestRoom_[requestRoomHash(room.room())].push_back(position);
 }
 
 std::optional<std::size_t> OfferBoard::indexOf(const LXRoomDetails& room) const {
@@ -41,7 +33,7 @@ std::optional<std::size_t> OfferBoard::indexOfMatching(const LXOfferRequestRoom&
     const auto bucket = byRequestRoom_.find(requestRoomHash(room));
     if (bucket == byRequestRoom_.end()) return std::nullopt;
     for (std::size_t position : bucket->second)
-        if (room.matches(details(RoomDetailsAccess::room(offers()[position])).room)) return position;
+        if (room.matches(offers()[position].roomDetails().room())) return position;
     return std::nullopt;
 }
 

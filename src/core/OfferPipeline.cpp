@@ -45,7 +45,7 @@ std::vector<OfferBoard::SharedResponse> matchRooms(const LXRequestOffersBatch& b
         byRoom[requestRoomHash(responses[i]->offer.room)].push_back(i);
     std::vector<OfferBoard::SharedResponse> matches(batch.roomsDetails.size());
     for (std::size_t r = 0; r < batch.roomsDetails.size(); ++r) {
-        const LXRoom& wanted = details(batch.roomsDetails[r]).room;
+        const LXRoom& wanted = batch.roomsDetails[r].room();
         auto bucket = byRoom.find(requestRoomHash(wanted));
         if (bucket == byRoom.end()) continue;
         for (std::size_t i : bucket->second)
@@ -60,7 +60,7 @@ std::vector<OfferBoard::SharedResponse> matchRooms(const LXRequestOffersBatch& b
 LXOfferRequest requestFor(const LXRequestOffersBatch& batch) {
     LXOfferRequest request{batch.hotel, batch.booking, {}, kRequestType};
     request.rooms.reserve(batch.roomsDetails.size());
-    for (const auto& room : batch.roomsDetails) request.rooms.push_back(LXOfferRequestRoom::from(details(room).room));
+    for (const auto& room : batch.roomsDetails) request.rooms.push_back(LXOfferRequestRoom::from(room.room()));
     return request;
 }
 
@@ -92,7 +92,7 @@ void OfferPipeline::refresh(LXRefresh type) {
         const auto& offers = board_.offers();
         rooms.reserve(offers.size());
         for (std::size_t i = 0; i < offers.size(); ++i) {
-            rooms.push_back(RoomDetailsAccess::room(offers[i]));
+            rooms.push_back(offers[i].roomDetails());
             board_.setState(i, LXFermoOfferState::loading());
         }
         board_.publishIfChanged();
@@ -103,7 +103,7 @@ void OfferPipeline::refresh(LXRefresh type) {
             inTurn([this, rooms] {
                 const auto& offers = board_.offers();
                 for (std::size_t i = 0; i < rooms.size() && i < offers.size(); ++i)
-                    if (RoomDetailsAccess::room(offers[i]) == rooms[i])
+                    if (offers[i].roomDetails() == rooms[i])
                         board_.setState(i, LXFermoOfferState::loading());
             });
         }
@@ -129,16 +129,15 @@ void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
 
 void OfferPipeline::enqueue(const std::vector<LXRoomDetails>& rooms) {
     for (const auto& room : rooms) {
-        const auto& data = details(room);
-        auto& arrivals = queueByKey_[roomKeyHash(data.booking, data.hotel)];
+        auto& arrivals = queueByKey_[roomKeyHash(room.booking(), room.hotel())];
         auto joined = std::find_if(arrivals.begin(), arrivals.end(), [&](std::uint64_t arrival) {
             const auto& batch = queue_.at(arrival);
-            return batch.booking == data.booking && batch.hotel == data.hotel;
+            return batch.booking == room.booking() && batch.hotel == room.hotel();
         });
         if (joined != arrivals.end()) {
             queue_.at(*joined).roomsDetails.push_back(room);
         } else {
-            queue_.emplace(nextArrival_, LXRequestOffersBatch{data.booking, data.hotel, {room}});
+            queue_.emplace(nextArrival_, LXRequestOffersBatch{room.booking(), room.hotel(), {room}});
             arrivals.push_back(nextArrival_++);
         }
     }
@@ -343,7 +342,7 @@ void OfferPipeline::updateCache(const OfferBoard::SharedResponse& response) {
         logWarn(log_, "Didn't find fermoOffers index to updateCache");
         return;
     }
-    board_.setResponse(RoomDetailsAccess::room(board_.offers()[*index]), response);
+    board_.setResponse(board_.offers()[*index].roomDetails(), response);
     board_.setState(*index, stateFor(response->type));
 }
 

@@ -11,8 +11,8 @@
 namespace lxhf {
 
 // A map with a count limit that tells its owner about every object it lets
-// go of: pushed out by the limit, removed by key or emptied. It plays the part
-// of NSCache for LXStore, which keeps its key set in step through the handler.
+// go of: pushed out by the limit, removed by key or emptied. LXStore keeps
+// its key set in step through that handler.
 // Not thread safe; owned and used on one thread.
 template <class Key, class Object>
 class BoundedCache {

@@ -20,7 +20,6 @@ public:
     Debouncer& operator=(const Debouncer&) = delete;
 
     void call();
-    Seconds delay() const { return delay_; }
 
 private:
     MainQueue& queue_;

@@ -6,7 +6,6 @@
 namespace lxhf {
 
 template class LXStore<std::string, LXSession>;
-template class LXStore<std::string, LXEvent>;
 
 std::optional<std::filesystem::path> sessionStoreFile(const CacheDirectory& directory, const LoggerSlot& logger) {
     auto root = directory.path();

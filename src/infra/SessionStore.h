@@ -16,7 +16,6 @@ class LoggerSlot;
 using SessionStore = LXStore<std::string, LXSession>;
 // Built once inside the library; everyone else links to that copy.
 extern template class LXStore<std::string, LXSession>;
-extern template class LXStore<std::string, LXEvent>;
 
 inline constexpr std::string_view kSessionStoreName = "sessionStore";
 inline constexpr std::string_view kSessionStoreFile = "sessionStore.cache";

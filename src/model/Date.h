@@ -25,7 +25,7 @@ struct Date {
 namespace json {
 template <>
 struct Codec<Date> {
-    static constexpr std::string_view name = "Date";
+    static constexpr std::string_view name = Codec<double>::name;
     static Json encode(const Date& d, EncodeContext& c) { return Codec<double>::encode(d.sinceReferenceDate, c); }
     static std::optional<Date> decode(const Json& j, DecodeContext& c) {
         auto seconds = Codec<double>::decode(j, c);

@@ -31,15 +31,26 @@ constexpr Field<C, M> field(std::string_view name, M C::*member) {
 // Inside a record: `using Self = X; static constexpr auto fields() { return std::tuple{LX_FIELD(a), ...}; }`
 #define LX_FIELD(name) ::lxhf::json::field(#name, &Self::name)
 
+// The same list for a record that cannot carry it, such as a public one:
+// specialise with `using Self = X;` and the same `fields()`.
 template <class T>
-concept Record = requires { T::fields(); };
+struct RecordFields {};
+
+template <class T>
+concept Record = requires { T::fields(); } || requires { RecordFields<T>::fields(); };
+
+template <Record T>
+constexpr auto fieldsOf() {
+    if constexpr (requires { RecordFields<T>::fields(); }) return RecordFields<T>::fields();
+    else return T::fields();
+}
 
 template <class T> struct IsOptional : std::false_type {};
 template <class T> struct IsOptional<std::optional<T>> : std::true_type {};
 
 // ---- Enumerations with raw string values. ----
 
-// Specialise with `static constexpr std::string_view name` and
+// Specialise with `static constexpr std::string_view name`, the type's name, and
 // `static constexpr std::array<std::pair<E, std::string_view>, N> values`.
 template <class E>
 struct RawValues;
@@ -65,7 +76,7 @@ constexpr std::optional<E> fromRawValue(std::string_view raw) {
 
 template <>
 struct Codec<std::string> {
-    static constexpr std::string_view name = "String";
+    static constexpr std::string_view name = "a string";
     static Json encode(const std::string& v, EncodeContext&) { return v; }
     static std::optional<std::string> decode(const Json& j, DecodeContext& c) {
         if (!j.is_string()) return c.typeMismatch(name, j), std::nullopt;
@@ -75,7 +86,7 @@ struct Codec<std::string> {
 
 template <>
 struct Codec<bool> {
-    static constexpr std::string_view name = "Bool";
+    static constexpr std::string_view name = "a boolean";
     static Json encode(bool v, EncodeContext&) { return v; }
     static std::optional<bool> decode(const Json& j, DecodeContext& c) {
         if (!j.is_boolean()) return c.typeMismatch(name, j), std::nullopt;
@@ -86,15 +97,15 @@ struct Codec<bool> {
 // Accepts 1 and 1.0, refuses 1.5, "1" and true.
 template <>
 struct Codec<std::int64_t> {
-    static constexpr std::string_view name = "Int";
+    static constexpr std::string_view name = "an integer";
     static Json encode(std::int64_t v, EncodeContext&) { return v; }
     static std::optional<std::int64_t> decode(const Json& j, DecodeContext& c);
 };
 
-// Whole values are written without ".0", as Foundation does.
+// Whole values are written without ".0" (2.0 as 2); readers take either form.
 template <>
 struct Codec<double> {
-    static constexpr std::string_view name = "Double";
+    static constexpr std::string_view name = "a number";
     static Json encode(double v, EncodeContext&);
     static std::optional<double> decode(const Json& j, DecodeContext& c) {
         if (!j.is_number()) return c.typeMismatch(name, j), std::nullopt;
@@ -121,7 +132,7 @@ struct Codec<std::optional<T>> {
 
 template <class T>
 struct Codec<std::vector<T>> {
-    static constexpr std::string_view name = "Array";
+    static constexpr std::string_view name = "an array";
     static Json encode(const std::vector<T>& v, EncodeContext& c) {
         Json out = Json::array();
         for (std::size_t i = 0; i < v.size(); ++i) {
@@ -147,7 +158,7 @@ struct Codec<std::vector<T>> {
 // String-keyed maps keep their keys exactly as they are, under any strategy.
 template <class V>
 struct Codec<std::map<std::string, V>> {
-    static constexpr std::string_view name = "Dictionary";
+    static constexpr std::string_view name = "an object";
     static Json encode(const std::map<std::string, V>& m, EncodeContext& c) {
         Json out = Json::object();
         for (const auto& [key, value] : m) {
@@ -171,25 +182,25 @@ struct Codec<std::map<std::string, V>> {
 
 template <RawEnum E>
 struct Codec<E> {
-    static constexpr std::string_view name = RawValues<E>::name;
+    static constexpr std::string_view name = Codec<std::string>::name;
     static Json encode(E v, EncodeContext&) { return std::string(rawValueOf(v)); }
     static std::optional<E> decode(const Json& j, DecodeContext& c) {
         if (!j.is_string()) return c.typeMismatch(name, j), std::nullopt;
         const auto& raw = j.get_ref<const std::string&>();
         if (auto v = fromRawValue<E>(raw)) return v;
         c.fail(LXDecodingError::Kind::dataCorrupted,
-               "Cannot initialize " + std::string(name) + " from invalid String value " + raw);
+               "\"" + raw + "\" is not a value of " + std::string(RawValues<E>::name));
         return std::nullopt;
     }
 };
 
 template <Record T>
 struct Codec<T> {
-    static constexpr std::string_view name = "Dictionary";
+    static constexpr std::string_view name = "an object";
 
     static Json encode(const T& record, EncodeContext& c) {
         Json out = Json::object();
-        std::apply([&](const auto&... f) { (encodeField(out, record, f, c), ...); }, T::fields());
+        std::apply([&](const auto&... f) { (encodeField(out, record, f, c), ...); }, fieldsOf<T>());
         return out;
     }
 
@@ -198,7 +209,7 @@ struct Codec<T> {
         const ObjectView members(j, c);
         T record{};
         const bool ok = std::apply(
-            [&](const auto&... f) { return (decodeField(members, record, f, c) && ...); }, T::fields());
+            [&](const auto&... f) { return (decodeField(members, record, f, c) && ...); }, fieldsOf<T>());
         if (!ok) return std::nullopt;
         return record;
     }
@@ -272,9 +283,9 @@ private:
 
 class Decoder {
 public:
-    // What every refused text decodes to.
+    // What every refused text decodes to, too deep or too wide included.
     static LXDecodingError notValidJson() {
-        return {LXDecodingError::Kind::dataCorrupted, {}, "The given data was not valid JSON."};
+        return {LXDecodingError::Kind::dataCorrupted, {}, "the text is not valid JSON"};
     }
 
     explicit Decoder(KeyDecoding keys = KeyDecoding::useDefaultKeys) : keys_(keys) {}

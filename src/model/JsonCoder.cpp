@@ -33,9 +33,7 @@ std::string EncodingError::description() const {
         if (!path.empty()) path += '.';
         path += component;
     }
-    std::string out = "invalidValue";
-    if (!path.empty()) out += " at " + path;
-    return out + ": " + debugDescription;
+    return "invalidValue at " + (path.empty() ? std::string("the top level") : path) + ": " + debugDescription;
 }
 
 bool DecodeContext::fail(LXDecodingError::Kind kind, std::string description) {
@@ -47,11 +45,11 @@ namespace {
 std::string_view foundDescription(const Json& value) {
     switch (value.type()) {
         case Json::value_t::string: return "a string";
-        case Json::value_t::boolean: return "a bool";
+        case Json::value_t::boolean: return "a boolean";
         case Json::value_t::number_integer:
         case Json::value_t::number_unsigned:
         case Json::value_t::number_float: return "a number";
-        case Json::value_t::object: return "a dictionary";
+        case Json::value_t::object: return "an object";
         case Json::value_t::array: return "an array";
         default: return "null";
     }
@@ -65,13 +63,11 @@ bool DecodeContext::typeMismatch(std::string_view expected, const Json& found) {
 
 bool DecodeContext::containerMismatch(std::string_view expected, const Json& found) {
     return fail(LXDecodingError::Kind::typeMismatch,
-                "Expected to decode " + std::string(expected) + " but found " +
-                    std::string(foundDescription(found)) + " instead.");
+                "expected " + std::string(expected) + " but found " + std::string(foundDescription(found)));
 }
 
 bool DecodeContext::valueNotFound(std::string_view expected) {
-    return fail(LXDecodingError::Kind::valueNotFound,
-                "Expected " + std::string(expected) + " value but found null instead.");
+    return fail(LXDecodingError::Kind::valueNotFound, "expected " + std::string(expected) + " but found null");
 }
 
 ObjectView::ObjectView(const Json& object, const DecodeContext& context)
@@ -94,13 +90,12 @@ const Json* ObjectView::find(std::string_view fieldName) const {
 }
 
 std::string keyNotFoundDescription(std::string_view key) {
-    const std::string k(key);
-    return "No value associated with key CodingKeys(stringValue: \"" + k + "\", intValue: nil) (\"" + k + "\").";
+    return "no value for the key \"" + std::string(key) + "\"";
 }
 
 }  // namespace lxhf::json
 
-const char* toString(LXDecodingError::Kind kind) noexcept {
+const char* LXHotelsFermo::toString(LXDecodingError::Kind kind) noexcept {
     switch (kind) {
         case LXDecodingError::Kind::keyNotFound: return "keyNotFound";
         case LXDecodingError::Kind::typeMismatch: return "typeMismatch";
@@ -116,9 +111,8 @@ std::string LXDecodingError::description() const {
         if (!path.empty()) path += '.';
         path += component;
     }
-    std::string out = toString(kind);
-    if (!path.empty()) out += " at " + path;
-    return out + ": " + debugDescription;
+    return std::string(LXHotelsFermo::toString(kind)) + " at " + (path.empty() ? std::string("the top level") : path) +
+           ": " + debugDescription;
 }
 
 #include "model/JsonCodecs.h"
@@ -132,22 +126,25 @@ std::optional<std::int64_t> Codec<std::int64_t>::decode(const Json& j, DecodeCon
         if (v <= std::uint64_t(std::numeric_limits<std::int64_t>::max())) return std::int64_t(v);
     } else if (j.is_number_float()) {
         const double v = j.get<double>();
+        if (std::trunc(v) != v) {
+            c.fail(LXDecodingError::Kind::dataCorrupted, "the number " + serialize(j) + " is not a whole number");
+            return std::nullopt;
+        }
         // 2^63 is exactly representable; everything below it fits.
-        if (std::trunc(v) == v && v >= -9223372036854775808.0 && v < 9223372036854775808.0)
-            return std::int64_t(v);
+        if (v >= -9223372036854775808.0 && v < 9223372036854775808.0) return std::int64_t(v);
     } else {
         c.typeMismatch(name, j);
         return std::nullopt;
     }
-    c.fail(LXDecodingError::Kind::dataCorrupted, "Parsed JSON number <" + serialize(j) + "> does not fit in Int.");
+    c.fail(LXDecodingError::Kind::dataCorrupted, "the number " + serialize(j) + " does not fit in 64 bits");
     return std::nullopt;
 }
 
 Json Codec<double>::encode(double v, EncodeContext& c) {
     if (!std::isfinite(v)) {
         // JSON has no form for these; a null in their place would not read back.
-        const char* named = std::isnan(v) ? "Double.nan" : v > 0 ? "Double.infinity" : "-Double.infinity";
-        c.fail("Unable to encode " + std::string(named) + " directly in JSON.");
+        const char* named = std::isnan(v) ? "NaN" : v > 0 ? "infinity" : "-infinity";
+        c.fail(std::string(named) + " has no JSON form");
         return nullptr;
     }
     if (std::trunc(v) == v && std::fabs(v) < 9007199254740992.0) return std::int64_t(v);

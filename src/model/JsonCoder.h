@@ -48,7 +48,8 @@ struct EncodingError {
     std::vector<std::string> codingPath;
     std::string debugDescription;
 
-    // "invalidValue at value.createdOn: Unable to encode Double.nan directly in JSON."
+    // "invalidValue at value.createdOn: NaN has no JSON form", or "... at the
+    // top level: ..." when the value itself fails.
     std::string description() const;
 };
 
@@ -120,7 +121,9 @@ private:
 };
 
 // The members of one JSON object, looked up by field name under the
-// decoder's key strategy (input keys converted first, as Foundation does).
+// decoder's key strategy: each input key is converted from snake case and
+// then compared with the field name, so "image_url" and "image_URL" both
+// find imageUrl.
 class ObjectView {
 public:
     ObjectView(const Json& object, const DecodeContext& context);
@@ -132,12 +135,13 @@ private:
     std::vector<std::pair<std::string, const Json*>> convertedMembers_;
 };
 
+// "no value for the key \"checkIn\"", for a key missing from the object at the current path.
 std::string keyNotFoundDescription(std::string_view key);
 
 // Specialised per type in JsonCodecs.h:
 //   static Json encode(const T&, EncodeContext&);
 //   static std::optional<T> decode(const Json&, DecodeContext&);
-//   static constexpr std::string_view name;
+//   static constexpr std::string_view name;  // the JSON it reads, as errors say it: "a string"
 template <class T, class Enable = void>
 struct Codec;
 

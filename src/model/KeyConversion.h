@@ -6,9 +6,10 @@
 
 namespace lxhf::json {
 
-// Foundation's rules, byte for byte: a capital starts a word, and a run of
+// A capital starts a word, except as the first character, and a run of
 // capitals ends one letter before the next lower-case letter
-// ("imageURL" -> "image_url", "myURLProperty" -> "my_url_property").
+// ("imageURL" -> "image_url", "myURLProperty" -> "my_url_property"); the
+// service's keys are the field names converted this way.
 std::string toSnakeCase(std::string_view key);
 
 // Keeps leading and trailing underscores, lower-cases the first piece and

@@ -1,5 +1,7 @@
 #include "model/OfferRecords.h"
 
+#include "model/RecordHash.h"
+
 namespace lxhf::json {
 
 Json Codec<CodableValue>::encode(const CodableValue& v, EncodeContext& c) {
@@ -14,20 +16,25 @@ std::optional<CodableValue> Codec<CodableValue>::decode(const Json& j, DecodeCon
     if (auto i = Codec<std::int64_t>::decode(j, scratch)) return CodableValue{*i};
     if (auto d = Codec<double>::decode(j, scratch)) return CodableValue{*d};
     if (auto b = Codec<bool>::decode(j, scratch)) return CodableValue{*b};
-    c.fail(LXDecodingError::Kind::typeMismatch, "Value not convertible to any supported type");
+    c.containerMismatch(name, j);  // null included: no alternative takes it
     return std::nullopt;
 }
 
 }  // namespace lxhf::json
 
-LXOfferRequestRoom LXOfferRequestRoom::from(const LXRoom& r) {
-    return {r.id,         r.merchantId,       r.merchantRoomId, r.name,   r.beds,         r.price,       r.roomType,
-            r.promotion, r.cancellationCode, r.rateCategoryId, r.addons, r.availability, r.isRefundable};
+LXOfferRequestRoom LXOfferRequestRoom::from(const LXRoom& room) {
+    LXOfferRequestRoom out;
+    std::apply([&](const auto&... f) { ((out.*(f.sent) = room.*(f.room)), ...); }, sharedWithRoom());
+    return out;
 }
 
-bool LXOfferRequestRoom::matches(const LXRoom& r) const {
-    return id == r.id && merchantId == r.merchantId && merchantRoomId == r.merchantRoomId && name == r.name &&
-           beds == r.beds && price == r.price && roomType == r.roomType && promotion == r.promotion &&
-           cancellationCode == r.cancellationCode && rateCategoryId == r.rateCategoryId && addons == r.addons &&
-           availability == r.availability && isRefundable == r.isRefundable;
+bool LXOfferRequestRoom::matches(const LXRoom& room) const {
+    return std::apply([&](const auto&... f) { return ((this->*(f.sent) == room.*(f.room)) && ...); },
+                      sharedWithRoom());
+}
+
+std::size_t LXOfferRequestRoom::hashOfShared(const LXRoom& room) noexcept {
+    lxhf::Hasher h;
+    std::apply([&](const auto&... f) { (h.combine(room.*(f.room)), ...); }, sharedWithRoom());
+    return h.value();
 }

@@ -11,9 +11,30 @@
 #include "model/JsonCodecs.h"
 #include "model/RoomDetailsRecords.h"
 
-// The first thirteen fields of LXRoom: the part of a room the service sees.
+struct LXOfferRequestRoom;
+
+namespace lxhf {
+
+// A field of LXOfferRequestRoom and its LXRoom namesake, of the same type.
+template <class M>
+struct SharedRoomField {
+    std::string_view name;
+    M LXOfferRequestRoom::*sent;
+    M LXRoom::*room;
+};
+
+template <class M>
+constexpr SharedRoomField<M> sharedRoomField(std::string_view name, M LXOfferRequestRoom::*sent, M LXRoom::*room) {
+    return {name, sent, room};
+}
+
+}  // namespace lxhf
+
+#define LX_SHARED_ROOM_FIELD(name) ::lxhf::sharedRoomField(#name, &LXOfferRequestRoom::name, &LXRoom::name)
+
+// The first thirteen fields of LXRoom: the part of a room the service sees,
+// and by which its answer is matched back to the room.
 struct LXOfferRequestRoom {
-    using Self = LXOfferRequestRoom;
     std::string id;
     std::string merchantId;
     std::optional<std::string> merchantRoomId;
@@ -27,17 +48,29 @@ struct LXOfferRequestRoom {
     std::optional<std::vector<std::string>> addons;
     std::int64_t availability = 0;
     std::optional<bool> isRefundable;
+
+    // The one list of the shared fields, in order: coding, copying from a
+    // room, matching and hashing all follow it.
+    static constexpr auto sharedWithRoom() {
+        return std::tuple{LX_SHARED_ROOM_FIELD(id), LX_SHARED_ROOM_FIELD(merchantId),
+                          LX_SHARED_ROOM_FIELD(merchantRoomId), LX_SHARED_ROOM_FIELD(name),
+                          LX_SHARED_ROOM_FIELD(beds), LX_SHARED_ROOM_FIELD(price),
+                          LX_SHARED_ROOM_FIELD(roomType), LX_SHARED_ROOM_FIELD(promotion),
+                          LX_SHARED_ROOM_FIELD(cancellationCode), LX_SHARED_ROOM_FIELD(rateCategoryId),
+                          LX_SHARED_ROOM_FIELD(addons), LX_SHARED_ROOM_FIELD(availability),
+                          LX_SHARED_ROOM_FIELD(isRefundable)};
+    }
     static constexpr auto fields() {
-        return std::tuple{LX_FIELD(id), LX_FIELD(merchantId), LX_FIELD(merchantRoomId), LX_FIELD(name),
-                          LX_FIELD(beds), LX_FIELD(price), LX_FIELD(roomType), LX_FIELD(promotion),
-                          LX_FIELD(cancellationCode), LX_FIELD(rateCategoryId), LX_FIELD(addons),
-                          LX_FIELD(availability), LX_FIELD(isRefundable)};
+        return std::apply([](const auto&... f) { return std::tuple{lxhf::json::field(f.name, f.sent)...}; },
+                          sharedWithRoom());
     }
     bool operator==(const LXOfferRequestRoom&) const = default;
 
     static LXOfferRequestRoom from(const LXRoom& room);
-    // Equal on the thirteen shared fields, without building a request room.
+    // Equal on the shared fields, without building a request room.
     bool matches(const LXRoom& room) const;
+    // Hashes a room's shared fields as hashOf hashes the request room made from it.
+    static std::size_t hashOfShared(const LXRoom& room) noexcept;
 };
 
 struct LXOfferRequest {
@@ -128,7 +161,7 @@ namespace lxhf::json {
 
 template <>
 struct Codec<CodableValue> {
-    static constexpr std::string_view name = "CodableValue";
+    static constexpr std::string_view name = "a string, a number or a boolean";
     static Json encode(const CodableValue& v, EncodeContext& c);
     // Tries string, integer, double, then boolean; the first that reads wins.
     static std::optional<CodableValue> decode(const Json& j, DecodeContext& c);

@@ -40,7 +40,7 @@ std::optional<Value> decodeCases(const Json& j, DecodeContext& c, std::string_vi
     }
     const Json& payload = *members.find(caseNames[found]);
     PathScope scope(c, std::string(caseNames[found]));
-    if (!payload.is_object()) return c.containerMismatch("Dictionary", payload), std::nullopt;
+    if (!payload.is_object()) return c.containerMismatch("an object", payload), std::nullopt;
     if (caseNames[found] != "error") return make(found);
 
     const ObjectView inner(payload, c);
@@ -101,7 +101,7 @@ std::optional<LXFermoPurchaseResult> Codec<LXFermoPurchaseResult>::decode(const 
 
 Json Codec<LXFermoOffer>::encode(const LXFermoOffer& offer, EncodeContext& c) {
     Json out = Json::object();
-    out[c.key("roomDetails")] = Codec<LXRoomDetails>::encode(RoomDetailsAccess::room(offer), c);
+    out[c.key("roomDetails")] = Codec<LXRoomDetails>::encode(offer.roomDetails(), c);
     out[c.key("state")] = Codec<LXFermoOfferState>::encode(offer.state, c);
     return out;
 }

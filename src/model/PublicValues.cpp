@@ -17,6 +17,15 @@ LXRoomDetails lxhf::RoomDetailsAccess::make(LXRoomDetailsData data) {
     return LXRoomDetails(std::make_shared<const LXRoomDetailsData>(std::move(data)));
 }
 
+LXRoomDetails LXRoomDetails::make(std::optional<std::string> userId, LXBooking booking, LXHotel hotel, LXRoom room) {
+    return lxhf::RoomDetailsAccess::make({std::move(userId), std::move(booking), std::move(hotel), std::move(room)});
+}
+
+const std::optional<std::string>& LXRoomDetails::userId() const noexcept { return data_->userId; }
+const LXBooking& LXRoomDetails::booking() const noexcept { return data_->booking; }
+const LXHotel& LXRoomDetails::hotel() const noexcept { return data_->hotel; }
+const LXRoom& LXRoomDetails::room() const noexcept { return data_->room; }
+
 bool operator==(const LXRoomDetails& a, const LXRoomDetails& b) noexcept {
     return a.data_ == b.data_ || (a.hash_ == b.hash_ && *a.data_ == *b.data_);
 }
@@ -49,6 +58,8 @@ std::string LXFermoOffer::toJSON(LXJSONKeyStyle keys) const {
     return Encoder(lxhf::json::encodingFor(keys)).encode(*this);
 }
 
+namespace LXHotelsFermo {
+
 std::string_view rawValue(LXEnvironmentType type) noexcept {
     return type == LXEnvironmentType::production ? "production" : "staging";
 }
@@ -68,3 +79,5 @@ std::optional<LXRefresh> refreshFromRawValue(std::string_view raw) noexcept {
     if (raw == "errorsOnly") return LXRefresh::errorsOnly;
     return std::nullopt;
 }
+
+}  // namespace LXHotelsFermo

@@ -55,7 +55,7 @@ public:
 
     template <json::Record T>
     void combine(const T& record) noexcept {
-        std::apply([&](const auto&... f) { (combine(record.*(f.member)), ...); }, T::fields());
+        std::apply([&](const auto&... f) { (combine(record.*(f.member)), ...); }, json::fieldsOf<T>());
     }
 
 private:

@@ -22,11 +22,11 @@ struct MicrositeTexts {
 };
 
 LXResult<MicrositeTexts, json::EncodingError> encodeTexts(const LXOfferResponse& response,
-                                                          const LXRoomDetailsData& room) {
+                                                          const LXRoomDetails& room) {
     const json::Encoder encoder(json::KeyEncoding::convertToSnakeCase);
     auto offer = encoder.tryEncode(response);
-    auto hotel = encoder.tryEncode(LXMicrositeHotel{room.hotel.name, room.hotel.address.city});
-    auto extAttributes = encoder.tryEncode(room.room.extAttributes);
+    auto hotel = encoder.tryEncode(LXMicrositeHotel{room.hotel().name, room.hotel().address.city});
+    auto extAttributes = encoder.tryEncode(room.room().extAttributes);
     auto featureFlags = encoder.tryEncode(response.featureFlags);  // "null" when absent
     for (const auto* text : {&offer, &hotel, &extAttributes, &featureFlags})
         if (!*text) return text->error();
@@ -69,10 +69,9 @@ LXResult<std::string, MicrositeAddressFailure> micrositeAddress(const MicrositeA
     if (!response || json::rawValueOf(response->type) != "signed_full_offer")
         return failure(LogLine::Level::info, std::string(kNotSignedFullOffer));
 
-    const LXRoomDetailsData& room = details(roomDetails);
-    const std::string image = escapeForMicrosite(room.room.imageUrl).value_or(std::string());
+    const std::string image = escapeForMicrosite(roomDetails.room().imageUrl).value_or(std::string());
 
-    auto encoded = encodeTexts(*response, room);
+    auto encoded = encodeTexts(*response, roomDetails);
     if (!encoded)
         return failure(LogLine::Level::warn, std::string(kErrorEncodingMicrositeUrl) + encoded.error().description());
     const MicrositeTexts& texts = encoded.value();
@@ -86,7 +85,7 @@ LXResult<std::string, MicrositeAddressFailure> micrositeAddress(const MicrositeA
 
     QueryBuilder builder(inputs.endpoint.scheme, inputs.endpoint.host, inputs.endpoint.path);
     builder.add("token", inputs.token)
-        .add("priceInclusive", room.room.priceInclusive)
+        .add("priceInclusive", roomDetails.room().priceInclusive)
         .add("imageUrl", image)
         .add("hotel", std::move(*hotel))
         .add("extAttributes", std::move(*extAttributes))

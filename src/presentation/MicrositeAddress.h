@@ -21,11 +21,10 @@ struct MicrositeEndpoint {
     std::string path;
 };
 
-inline constexpr std::string_view kMicrositePath = "/cloud/hotels/purchase";
-
 inline constexpr std::string_view kNotSignedFullOffer = "offerResponse is not a signedFullOffer";
 inline constexpr std::string_view kErrorEncodingMicrositeUrl = "Error encoding microsite URL:\n";
-// Worded as it has always been, although its first name stands for the offer.
+// A fixed text, for any of the four JSON texts that is not valid UTF-8;
+// "imageUrlData" there names the offer's text.
 inline constexpr std::string_view kUnableToEncodeMicrositeData =
     "Unable to encode imageUrlData/hotelData/extAttributesData/featureFlagsData";
 

@@ -24,17 +24,15 @@ using State = LXFermoOfferState::Kind;
 
 inline LXRoomDetails makeRoom(const std::string& roomId, const std::string& hotelId,
                               const std::string& checkIn = "2024-06-01") {
-    LXRoomDetailsData d;
-    d.userId = "traveller-1";
-    d.booking = LXBooking{{checkIn, "2024-06-04"}, {2, 0}, "en_US", "EUR", 1};
-    d.hotel = LXHotel{hotelId, "Hotel " + hotelId, "4", std::nullopt, {"1 Via Roma", "Fermo", "IT"}, std::nullopt};
-    d.room = LXRoom{roomId,   "merchant-1", "mr-" + roomId, "Double " + roomId, 2, "120.00", "double",
-                    std::nullopt, "FREE48", "rate-1", std::vector<std::string>{"breakfast"}, 3, true,
-                    "https://img.example/" + roomId + ".jpg", "132.00", {{"view", "sea"}}};
-    return RoomDetailsAccess::make(std::move(d));
+    return LXRoomDetails::make(
+        "traveller-1", LXBooking{{checkIn, "2024-06-04"}, {2, 0}, "en_US", "EUR", 1},
+        LXHotel{hotelId, "Hotel " + hotelId, "4", std::nullopt, {"1 Via Roma", "Fermo", "IT"}, std::nullopt},
+        LXRoom{roomId, "merchant-1", "mr-" + roomId, "Double " + roomId, 2, "120.00", "double",
+               std::nullopt, "FREE48", "rate-1", std::vector<std::string>{"breakfast"}, 3, true,
+               "https://img.example/" + roomId + ".jpg", "132.00", {{"view", "sea"}}});
 }
 
-inline const std::string& roomId(const LXRoomDetails& room) { return details(room).room.id; }
+inline const std::string& roomId(const LXRoomDetails& room) { return room.room().id; }
 
 inline std::vector<State> states(const LXHotelsFermoSDK& sdk) {
     std::vector<State> out;
@@ -44,7 +42,7 @@ inline std::vector<State> states(const LXHotelsFermoSDK& sdk) {
 
 inline std::vector<std::string> roomIds(const LXHotelsFermoSDK& sdk) {
     std::vector<std::string> out;
-    for (const auto& offer : sdk.fermoOffers()) out.push_back(roomId(RoomDetailsAccess::room(offer)));
+    for (const auto& offer : sdk.fermoOffers()) out.push_back(roomId(offer.roomDetails()));
     return out;
 }
 
@@ -73,7 +71,7 @@ inline LXOfferResponse makeResponse(const LXOfferRequestRoom& room, LXOfferRespo
 }
 
 inline LXOfferResponse responseFor(const LXRoomDetails& room, const std::string& offerId = "") {
-    return makeResponse(LXOfferRequestRoom::from(details(room).room), LXOfferResponseType::signedFullOffer,
+    return makeResponse(LXOfferRequestRoom::from(room.room()), LXOfferResponseType::signedFullOffer,
                         offerId.empty() ? "fo-" + roomId(room) : offerId);
 }
 

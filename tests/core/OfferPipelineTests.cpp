@@ -106,8 +106,7 @@ TEST(OfferPipeline, RequestsCarryTheBearerTokenTheSessionAndTheRoomsAsGiven) {
     EXPECT_EQ(headerValue(offers, "LX-Session-ID"), "S1");
     EXPECT_EQ(offers.headers.size(), 2u);
     EXPECT_DOUBLE_EQ(offers.timeout.count(), 60.0);
-    const auto& room = details(a1);
-    const LXOfferRequest sent{room.hotel, room.booking, {LXOfferRequestRoom::from(room.room)}, "create_rooms_deposit_offer"};
+    const LXOfferRequest sent{a1.hotel(), a1.booking(), {LXOfferRequestRoom::from(a1.room())}, "create_rooms_deposit_offer"};
     EXPECT_EQ(offers.body, h.encoder.encode(sent));
 }
 
@@ -255,7 +254,7 @@ TEST(OfferPipeline, AnswersTakeEffectInArrivalOrderWhateverTheirSizeAndBeforeLat
 
     // The older answer is still decoding when A2 joins A's batch, the newer
     // answer arrives and the wait A2 started ends.
-    const auto old = makeResponse(LXOfferRequestRoom::from(details(a1).room), LXOfferResponseType::unavailableOffer, "old");
+    const auto old = makeResponse(LXOfferRequestRoom::from(a1.room()), LXOfferResponseType::unavailableOffer, "old");
     h.http->completeNext(FakeHttpClient::reply(201, largeAnswer({old})));
     h.queue->runPending();
     h.sdk->cacheOffers({a2});

@@ -158,7 +158,7 @@ TEST_F(SessionStoreTest, BadOrMissingFilesAreErrorValues) {
         << R"(},"expirationDate":1}])";
     auto deep = load();
     ASSERT_FALSE(deep.ok());
-    EXPECT_EQ(deep.error().description, "dataCorrupted: The given data was not valid JSON.");
+    EXPECT_EQ(deep.error().description, "dataCorrupted at the top level: the text is not valid JSON");
 
     std::filesystem::remove(file());
     auto missing = load();
@@ -171,8 +171,8 @@ TEST_F(SessionStoreTest, NonFiniteDatesFailTheSaveAndWriteNothing) {
     store->insert(makeSession("S-1"), "session");
     save(*store);
     const std::string before = fileText();
-    const std::pair<double, std::string> cases[] = {{std::numeric_limits<double>::quiet_NaN(), "Double.nan"},
-                                                     {-std::numeric_limits<double>::infinity(), "-Double.infinity"}};
+    const std::pair<double, std::string> cases[] = {{std::numeric_limits<double>::quiet_NaN(), "NaN"},
+                                                     {-std::numeric_limits<double>::infinity(), "-infinity"}};
     for (const auto& [bad, named] : cases) {
         LXSession session = makeSession("S-2");
         session.createdOn = Date{bad};
@@ -180,7 +180,7 @@ TEST_F(SessionStoreTest, NonFiniteDatesFailTheSaveAndWriteNothing) {
         auto failed = store->saveToDisk("sessionStore", cache, slot);
         ASSERT_TRUE(failed) << named;
         EXPECT_EQ(failed->description,
-                  "invalidValue at Index 0.value.createdOn: Unable to encode " + named + " directly in JSON.");
+                  "invalidValue at Index 0.value.createdOn: " + named + " has no JSON form");
         EXPECT_FALSE(store->encode().ok());  // the engine's background save
         EXPECT_EQ(fileText(), before);
     }

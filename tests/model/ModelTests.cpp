@@ -17,6 +17,7 @@
 #include "model/KeyConversion.h"
 #include "model/OfferRecords.h"
 #include "model/PublicStateCoding.h"
+#include "model/RecordHash.h"
 #include "model/RoomDetailsRecords.h"
 #include "model/SessionRecords.h"
 #include "support/HostileJson.h"
@@ -45,7 +46,7 @@ template <class T>
 void expectFailure(const LXResult<T, LXDecodingError>& result, Kind kind, const std::vector<std::string>& path,
                    const std::string& description = {}) {
     ASSERT_FALSE(result.ok());
-    EXPECT_STREQ(toString(result.error().kind), toString(kind));
+    EXPECT_STREQ(LXHotelsFermo::toString(result.error().kind), LXHotelsFermo::toString(kind));
     EXPECT_EQ(result.error().codingPath, path);
     if (!description.empty()) {
         EXPECT_EQ(result.error().debugDescription, description);
@@ -71,14 +72,12 @@ void expectEachBreakageFails(const Json& valid, const std::vector<Breakage>& bre
     }
 }
 
-std::string missingKey(const std::string& key) {
-    return "No value associated with key CodingKeys(stringValue: \"" + key + "\", intValue: nil) (\"" + key + "\").";
-}
+std::string missingKey(const std::string& key) { return "no value for the key \"" + key + "\""; }
 
 CodableValue flag(auto value) { return CodableValue{value}; }
 
 // Map keys staying as they are is checked by the goldens' extAttributes and feature flags.
-TEST(KeyConversion, ConvertsWordsAsFoundationDoes) {
+TEST(KeyConversion, SplitsWordsAtCapitalsAndUnderscores) {
     const std::pair<const char*, const char*> toSnake[] = {
         {"imageURL", "image_url"}, {"myURLProperty", "my_url_property"},
         {"URLString", "u_rl_string"},  // the first character never starts a word
@@ -107,19 +106,19 @@ TEST(OfferResponseJson, WireAnswerRoundTripsAndBadAnswersFailWholly) {
     ASSERT_TRUE(withoutHeaders.ok()) << why(withoutHeaders);
     EXPECT_FALSE(withoutHeaders->clientRegion || withoutHeaders->featureFlags);
 
-    const std::string notConvertible = "Value not convertible to any supported type";
+    const std::string notConvertible = "expected a string, a number or a boolean but found null";
     expectEachBreakageFails(
         Json::parse(wire),
         {{"upper-case type", [](Json& j) { j["type"] = "SIGNED_FULL_OFFER"; }, Kind::dataCorrupted, {"type"},
-          "Cannot initialize LXOfferResponseType from invalid String value SIGNED_FULL_OFFER"},
+          R"("SIGNED_FULL_OFFER" is not a value of LXOfferResponseType)"},
          {"no merchant room", [](Json& j) { j["offer"].erase("merchant_room_id"); }, Kind::keyNotFound, {"offer"},
           missingKey("merchantRoomId")},
          {"null flag", [](Json& j) { j["feature_flags"]["ratio"] = nullptr; }, Kind::typeMismatch,
           {"featureFlags", "ratio"}, notConvertible},
          {"array flag", [](Json& j) { j["feature_flags"]["ratio"] = Json::array(); }, Kind::typeMismatch,
-          {"featureFlags", "ratio"}, notConvertible},
+          {"featureFlags", "ratio"}, "expected a string, a number or a boolean but found an array"},
          {"fractional beds", [](Json& j) { j["offer"]["room"]["beds"] = 2.5; }, Kind::dataCorrupted,
-          {"offer", "room", "beds"}, "Parsed JSON number <2.5> does not fit in Int."}},
+          {"offer", "room", "beds"}, "the number 2.5 is not a whole number"}},
         [](const Json& j) { return kWireDecoder.fromJson<LXOfferResponse>(j); });
 }
 
@@ -134,7 +133,7 @@ TEST(CodableValueJson, ReadsStringThenIntThenDoubleThenBoolAndWritesBareValues) 
         EXPECT_TRUE(*value == expected) << text;
     }
     expectFailure(json::Decoder().decode<CodableValue>("null"), Kind::typeMismatch, {},
-                  "Value not convertible to any supported type");
+                  "expected a string, a number or a boolean but found null");
     const std::pair<CodableValue, const char*> writes[] = {
         {flag(std::string("a/b")), R"("a/b")"}, {flag(std::int64_t(7)), "7"}, {flag(false), "false"},
         {flag(2.0), "2"}, {flag(-3.0), "-3"}, {flag(0.1), "0.1"}};
@@ -142,13 +141,13 @@ TEST(CodableValueJson, ReadsStringThenIntThenDoubleThenBoolAndWritesBareValues) 
 }
 
 TEST(OfferRequest, CarriesTheThirteenSharedRoomFieldsAndOnlyPresentOptionals) {
-    auto minimal = json::Decoder().fromJson<LXRoomDetailsData>(goldenJson("room_details_minimal.json"));
+    auto minimal = LXRoomDetails::fromJSON(golden("room_details_minimal.json"));
     ASSERT_TRUE(minimal.ok()) << why(minimal);
-    const LXOfferRequest request{minimal->hotel, minimal->booking, {LXOfferRequestRoom::from(minimal->room)},
+    const LXOfferRequest request{minimal->hotel(), minimal->booking(), {LXOfferRequestRoom::from(minimal->room())},
                                  "create_rooms_deposit_offer"};
     EXPECT_EQ(kWireEncoder.encode(request), golden("offer_request_snake.json"));
 
-    LXRoom room = minimal->room;
+    LXRoom room = minimal->room();
     room.merchantRoomId = "MR1";
     room.promotion = LXPromotion{"P1", "2024-05-31"};
     room.addons = std::vector<std::string>{"breakfast"};
@@ -170,6 +169,7 @@ TEST(OfferRequest, CarriesTheThirteenSharedRoomFieldsAndOnlyPresentOptionals) {
         const bool same = &change == &changes[0];
         EXPECT_EQ(sent.matches(changed), same);
         EXPECT_EQ(sent == LXOfferRequestRoom::from(changed), same);
+        EXPECT_EQ(LXOfferRequestRoom::hashOfShared(changed) == hashOf(sent), same);  // answers are found by it
     }
 }
 
@@ -187,9 +187,34 @@ TEST(RoomDetailsJson, GoldenFormsInBothKeyStyles) {
     EXPECT_TRUE(*fromCamel == *fromSnake);
     EXPECT_EQ(fromCamel->toJSON(LXJSONKeyStyle::fieldNames), camel);
     EXPECT_EQ(fromCamel->toJSON(LXJSONKeyStyle::snakeCase), snake);
-    EXPECT_EQ(details(*fromSnake).room.extAttributes.count("someKey_x"), 1u);  // map keys are data
+    EXPECT_EQ(fromSnake->room().extAttributes.count("someKey_x"), 1u);  // map keys are data
     EXPECT_THAT(snake, HasSubstr(R"("https://img.example.com/rooms/r1.jpg")"));  // "/" unescaped
     EXPECT_THAT(snake, HasSubstr("Hotel Citt\xC3\xA0 di Fermo"));                  // UTF-8 as it stands
+}
+
+TEST(RoomDetailsParts, AMadeRoomIsTheSameKeyAsItsJsonAndReadsBackItsParts) {
+    const LXRoomDetails made = LXRoomDetails::make(
+        "user-42", LXBooking{{"2024-06-01", "2024-06-04"}, {2, 1}, "it_IT", "EUR", 1},
+        LXHotel{"H1", "Hotel Citt\xC3\xA0 di Fermo", "4", "8.9", {"Via Roma 1", "Fermo", "IT"},
+                LXCheckInTime{"15:00", "+02:00"}},
+        LXRoom{"R1", "M1", "MR1", "Camera doppia", 2, "120.00", "double", LXPromotion{"P1", "2024-05-31T23:59:59Z"},
+               "FLEX", "RC1", std::vector<std::string>{"breakfast", "parking"}, 3, true,
+               "https://img.example.com/rooms/r1.jpg", "132.00", {{"someKey_x", "v"}, {"boardType", "BB"}}});
+    const LXRoomDetails read = decode(goldenJson("room_details.json"));
+    EXPECT_TRUE(made == read);
+    EXPECT_EQ(std::hash<LXRoomDetails>{}(made), std::hash<LXRoomDetails>{}(read));
+    EXPECT_EQ(made.toJSON(), golden("room_details.json"));
+
+    EXPECT_EQ(read.userId(), "user-42");
+    EXPECT_EQ(read.booking().stayDates.checkOut, "2024-06-04");
+    EXPECT_EQ(read.hotel().checkInTime->utcOffset, "+02:00");
+    EXPECT_EQ(read.room().extAttributes.at("someKey_x"), "v");
+    const LXRoomDetails copy = read;
+    EXPECT_EQ(&copy.room(), &read.room());  // copies share one body
+
+    const LXRoomDetails anonymous = LXRoomDetails::make(std::nullopt, made.booking(), made.hotel(), made.room());
+    EXPECT_FALSE(anonymous == made);
+    EXPECT_THAT(anonymous.toJSON(), Not(HasSubstr("userId")));
 }
 
 TEST(RoomDetailsJson, OptionalsAbsentNullAndFalse) {
@@ -206,8 +231,8 @@ TEST(RoomDetailsJson, OptionalsAbsentNullAndFalse) {
 
     Json promotion = Json::parse(minimal);
     promotion["room"]["promotion"] = {{"id", "P1"}, {"unknown", 1}};
-    ASSERT_TRUE(details(decode(promotion)).room.promotion.has_value());
-    EXPECT_FALSE(details(decode(promotion)).room.promotion->expiry.has_value());
+    ASSERT_TRUE(decode(promotion).room().promotion.has_value());
+    EXPECT_FALSE(decode(promotion).room().promotion->expiry.has_value());
 
     Json withUser = Json::parse(minimal), refundableFalse = withUser, moreChildren = withUser;
     withUser["userId"] = "u1";
@@ -231,9 +256,11 @@ TEST(RoomDetailsJson, DecodingFailuresNameTheKindAndPath) {
         {{"no booking", [](Json& j) { j.erase("booking"); }, Kind::keyNotFound, {}, missingKey("booking")},
          {"no extAttributes", [](Json& j) { j["room"].erase("extAttributes"); }, Kind::keyNotFound, {"room"}},
          {"numeric starRating", [](Json& j) { j["hotel"]["starRating"] = 4; }, Kind::typeMismatch,
-          {"hotel", "starRating"}, "Expected to decode String but found a number instead."},
+          {"hotel", "starRating"}, "expected a string but found a number"},
          {"fractional beds", [](Json& j) { j["room"]["beds"] = 1.5; }, Kind::dataCorrupted, {"room", "beds"},
-          "Parsed JSON number <1.5> does not fit in Int."},
+          "the number 1.5 is not a whole number"},
+         {"huge beds", [](Json& j) { j["room"]["beds"] = 1e19; }, Kind::dataCorrupted, {"room", "beds"},
+          "the number 1e+19 does not fit in 64 bits"},
          {"beds as bool", [](Json& j) { j["room"]["beds"] = true; }, Kind::typeMismatch, {"room", "beds"}},
          {"null locale", [](Json& j) { j["booking"]["locale"] = nullptr; }, Kind::valueNotFound,
           {"booking", "locale"}},
@@ -266,7 +293,7 @@ TEST(JsonText, HostileTextIsNotValidJsonAndNothingIsBuiltFromIt) {
     for (const auto& text : notJson) {
         SCOPED_TRACE(text.substr(0, 20));
         EXPECT_FALSE(json::parse(text));
-        expectFailure(LXRoomDetails::fromJSON(text), Kind::dataCorrupted, {}, "The given data was not valid JSON.");
+        expectFailure(LXRoomDetails::fromJSON(text), Kind::dataCorrupted, {}, "the text is not valid JSON");
         expectFailure(json::Decoder().decode<LXSession>(text), Kind::dataCorrupted, {});
     }
     EXPECT_TRUE(json::parse(deepObject(511)));  // 512 levels are still read
@@ -340,7 +367,7 @@ TEST(PublicStateJson, DecodingCountsOnlyCaseKeys) {
         expectFailure(LXFermoOfferState::fromJSON(text), Kind::typeMismatch, {key});
     }
     expectFailure(LXFermoPurchaseResult::fromJSON(R"({"purchased":null})"), Kind::typeMismatch, {"purchased"},
-                  "Expected to decode Dictionary but found null instead.");
+                  "expected an object but found null");
     expectFailure(LXFermoPurchaseResult::fromJSON(R"({"error":null})"), Kind::typeMismatch, {"error"});
 }
 
@@ -350,6 +377,7 @@ TEST(FermoOfferJson, RoomDetailsKeyFollowsTheKeyStyle) {
     auto offer = LXFermoOffer::fromJSON(camel);
     ASSERT_TRUE(offer.ok()) << why(offer);
     EXPECT_EQ(offer->toJSON(), camel);
+    EXPECT_TRUE(offer->roomDetails() == decode(goldenJson("room_details_minimal.json")));
     const std::string snake = offer->toJSON(LXJSONKeyStyle::snakeCase);
     EXPECT_THAT(snake, HasSubstr(R"({"room_details":{"booking":{"stay_dates":)"));
     EXPECT_THAT(snake, HasSubstr(R"(,"state":{"available":{}}})"));
@@ -361,6 +389,7 @@ TEST(FermoOfferJson, RoomDetailsKeyFollowsTheKeyStyle) {
 }
 
 TEST(PublicExports, RawValuesReadBackAndOthersAreRefused) {
+    using namespace LXHotelsFermo;
     for (const auto& [type, raw] :
          {std::pair{LXEnvironmentType::production, "production"}, {LXEnvironmentType::staging, "staging"}}) {
         EXPECT_EQ(rawValue(type), raw);
@@ -374,6 +403,16 @@ TEST(PublicExports, RawValuesReadBackAndOthersAreRefused) {
         EXPECT_FALSE(environmentTypeFromRawValue(unknown).has_value()) << unknown;
         EXPECT_FALSE(refreshFromRawValue(unknown).has_value()) << unknown;
     }
+}
+
+// Even where NDEBUG is set: reading the wrong alternative would read the other one's memory.
+TEST(ResultDeathTest, ReadingTheAlternativeItDoesNotHoldStopsTheProcess) {
+    const LXResult<int, std::string> failed(std::string("why")), succeeded(1);
+    EXPECT_DEATH((void)failed.value(), "");
+    EXPECT_DEATH((void)*failed, "");
+    EXPECT_DEATH((void)succeeded.error(), "");
+    EXPECT_EQ(*succeeded, 1);
+    EXPECT_EQ(failed.error(), "why");
 }
 
 using namespace std::chrono;
@@ -433,7 +472,7 @@ TEST(EventJson, TimestampIsUtcWhateverTheLocalZoneAndDeviceRawValuesAreExact) {
     expectEachBreakageFails(
         Json::parse(kPhoneJson),
         {{"phone", [](Json& j) { j["type"] = "phone"; }, Kind::dataCorrupted, {"type"},
-          "Cannot initialize LXHardware from invalid String value phone"},
+          R"("phone" is not a value of LXHardware)"},
          {"iOS", [](Json& j) { j["platform"]["operating_system"]["type"] = "iOS"; }, Kind::dataCorrupted,
           {"platform", "operating_system", "type"}},
          {"numeric software", [](Json& j) { j["platform"]["type"] = 1; }, Kind::typeMismatch, {"platform", "type"}}},

@@ -5,7 +5,7 @@
 namespace lxhf::test {
 namespace {
 
-TEST(QueryBuilder, EncodesItemsAsUrlComponentsDoAndRefusesPartsThatMakeNoUrl) {
+TEST(QueryBuilder, PercentEncodesAllButUrlSafeCharactersAndRefusesPartsThatMakeNoUrl) {
     QueryBuilder builder("https", "127.0.0.1:8443", "/cloud/hotels/purchase");
     builder.add("z", "AZaz09-._~!$'()*+,;:@/?").add("bare", std::nullopt).add("empty", "");
     builder.add("a b", "x=y&z%#\"<>[]\\^`{|}\u00e0\u20ac");

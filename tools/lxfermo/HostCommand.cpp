@@ -184,7 +184,7 @@ private:
         const Json* environment = member(command, "environment");
         if (!token || !token->is_string()) return fail("configure needs \"token\" (a string)");
         const auto type = environment && environment->is_string()
-                              ? environmentTypeFromRawValue(environment->get_ref<const std::string&>())
+                              ? LXHotelsFermo::environmentTypeFromRawValue(environment->get_ref<const std::string&>())
                               : std::nullopt;
         if (!type) return fail("configure needs \"environment\": \"staging\" or \"production\"");
         sdk_.configure(token->get<std::string>(), *type);
@@ -206,8 +206,9 @@ private:
 
     Next refresh(const Json& command) {
         const Json* type = member(command, "type");
-        const auto refresh =
-            type && type->is_string() ? refreshFromRawValue(type->get_ref<const std::string&>()) : std::nullopt;
+        const auto refresh = type && type->is_string()
+                                 ? LXHotelsFermo::refreshFromRawValue(type->get_ref<const std::string&>())
+                                 : std::nullopt;
         if (!refresh) return fail("refresh needs \"type\": \"all\" or \"errorsOnly\"");
         sdk_.refreshCachedOffers(*refresh);
         return Next::read;
