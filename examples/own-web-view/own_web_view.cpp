@@ -14,6 +14,7 @@
 #include <string>
 #include <utility>
 
+#include <glib/gstdio.h>
 #include <gtk/gtk.h>
 #include <webkit/webkit.h>
 
@@ -172,6 +173,10 @@ int main(int argc, char** argv) {
     const int status = g_application_run(G_APPLICATION(gtk), 1, argv);
     app.subscription.reset();
     g_object_unref(gtk);
+    char* sessionFile = g_build_filename(cache, "sessionStore.cache", nullptr);
+    g_remove(sessionFile);
+    g_rmdir(cache);
+    g_free(sessionFile);
     g_free(cache);
     return status;
 }

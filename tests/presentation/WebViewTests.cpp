@@ -427,14 +427,5 @@ TEST_F(PurchasePage, ClosedPagesLeaveNothingAliveHoweverTheyClose) {
     }
 }
 
-TEST_F(PurchasePage, NoAddressShowsTheFallbackLine) {
-    open(std::nullopt);
-    GtkWidget* child = gtk_window_get_child(window);
-    ASSERT_TRUE(GTK_IS_LABEL(child));
-    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(child)), "Unable to load Fermo");
-    EXPECT_EQ(gtk_window_get_transient_for(window), host);
-    EXPECT_EQ(ui::WebViewController::from(child), nullptr);
-}
-
 }  // namespace
 }  // namespace lxhf::test
