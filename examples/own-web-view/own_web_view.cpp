@@ -89,7 +89,14 @@ void presentPurchasePage(GtkWindow* parent, const LXRoomDetails& room, ResultHan
         const LXPurchasePageAction action = LXHotelsFermoSDK::shared().pageMessage(json ? json : "null");
         g_free(json);
         if (action.result) page->onResult(*action.result);
-        if (action.dismiss) gtk_window_close(page->window);
+        if (!action.dismiss) return;
+        // Closed once WebKit's signal has returned, never from inside it.
+        const auto close = +[](gpointer window) {
+            gtk_window_close(GTK_WINDOW(window));
+            g_object_unref(window);
+            return gboolean(G_SOURCE_REMOVE);
+        };
+        g_idle_add(close, g_object_ref(page->window));
     };
     g_signal_connect_data(content, ("script-message-received::" + handler).c_str(), G_CALLBACK(onMessage),
                           new Page{window, std::move(onResult)},

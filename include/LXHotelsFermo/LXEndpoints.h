@@ -9,15 +9,15 @@
 // configured environment's value.
 struct LXEndpoints {
     // The service's API base, ending in a slash: "https://127.0.0.1:8443/api/hotels/v1.0/".
-    std::optional<std::string> apiBase;
+    std::optional<std::string> apiBase{};
     // The purchase page's origin. A full URL is accepted; only its scheme,
     // host and port are used, the page's own path is always kept.
-    std::optional<std::string> micrositeBase;
+    std::optional<std::string> micrositeBase{};
     // The log intake's full URL, without its query.
-    std::optional<std::string> intakeUrl;
+    std::optional<std::string> intakeUrl{};
     // A PEM file of one more certificate authority, trusted beside the
     // system's for the API, the log intake and the purchase page.
-    std::optional<std::string> caFile;
+    std::optional<std::string> caFile{};
     // The folder of the session file, instead of the user's cache folder.
-    std::optional<std::string> cacheDirectory;
+    std::optional<std::string> cacheDirectory{};
 };

@@ -34,7 +34,8 @@ public:
 
     void configure(std::string token, LXEnvironmentType environmentType);
     // Points the library elsewhere (see LXEndpoints), like configure() before
-    // the engine is made. Returns false, changing nothing, once it exists.
+    // the engine is made. Returns false, changing nothing, once it exists or
+    // when an address given is not an absolute http or https URL with a host.
     bool setEndpoints(LXEndpoints endpoints);
     const LXEndpoints& endpoints() const noexcept;
     void updateUser(std::optional<std::string> userId);

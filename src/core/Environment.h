@@ -24,6 +24,9 @@ namespace lxhf {
 
 using EndpointOverrides = LXEndpoints;
 
+// Whether each address given is an absolute http or https URL with a host.
+bool usableEndpoints(const LXEndpoints& endpoints);
+
 // The environment with each endpoint the host set in its place.
 LXEnvironment applyEndpoints(const LXEndpoints& endpoints, LXEnvironment environment);
 

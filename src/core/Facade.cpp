@@ -77,7 +77,7 @@ void LXHotelsFermoSDK::configure(std::string token, LXEnvironmentType environmen
 }
 
 bool LXHotelsFermoSDK::setEndpoints(LXEndpoints endpoints) {
-    if (impl_->engine) return false;
+    if (impl_->engine || !lxhf::usableEndpoints(endpoints)) return false;
     impl_->parts.overrides = std::move(endpoints);
     return true;
 }

@@ -1,33 +1,21 @@
 #pragma once
 
-// The microsite's script bridge: the script injected into the page, the
-// handler name, and what each message the page posts asks of the web view.
-// Plain logic; the web view hands over the page's value as JSON text.
+// The microsite's script bridge: what each message the page posts asks of
+// the web view. Plain logic; the view hands over the page's value as JSON text.
 
 #include <cstddef>
 #include <optional>
 #include <string_view>
 
 #include "LXHotelsFermo/LXFermoOffer.h"
+#include "LXHotelsFermo/LXPurchasePage.h"
 #include "model/JsonCoder.h"
 #include "presentation/LogLine.h"
 
 namespace lxhf {
 
-inline constexpr std::string_view kBridgeHandlerName = "CorvaneSDKBridge";
-
-// Injected at document start into every frame; used exactly as written.
-inline constexpr std::string_view kBridgeUserScript =
-    "    if (typeof window.CorvaneSDKBridge === 'undefined') {\n"
-    "        window.CorvaneSDKBridge = {\n"
-    "            event: function(eventName, data) {\n"
-    "                if (!data) {\n"
-    "                    data = {};\n"
-    "                }\n"
-    "                window.webkit.messageHandlers.CorvaneSDKBridge.postMessage({eventName: eventName, data: data});\n"
-    "            }\n"
-    "        };\n"
-    "    }";
+// The handler's name and the script are the public LXPurchasePageBridge's.
+inline constexpr std::string_view kBridgeHandlerName = LXPurchasePageBridge::handlerName;
 
 inline constexpr std::string_view kBridgeMalformedMessage = "error getting userContentController message";
 inline constexpr std::string_view kBridgeUnknownEvent = "Microsite event: unknown";

@@ -67,7 +67,9 @@ TEST(Facade, PublisherDeliversOnSubscribeAndOnEveryChange) {
 
 TEST(Facade, AHostViewGetsTheAddressShownReportAndPageActionsThroughPublicCalls) {
     CoreHarness h;
-    EXPECT_TRUE(h.sdk->setEndpoints({.apiBase = "https://api.test/v9", .micrositeBase = "https://page.test:8443/x/y"}));
+    for (const char* unusable : {"page.test", "ftp://page.test", "https://", "https://h:99999"})
+        EXPECT_FALSE(h.sdk->setEndpoints({.micrositeBase = unusable})) << unusable;
+    EXPECT_TRUE(h.sdk->setEndpoints({.apiBase = "https://api.test/v9", .micrositeBase = "https://u@page.test:8443/x?y#z"}));
     const LXRoomDetails full = makeRoom("A1", "hotel-a"), base = makeRoom("A2", "hotel-a");
     h.sdk->cacheOffers({full, base});
     EXPECT_FALSE(h.sdk->setEndpoints({}));

@@ -240,9 +240,10 @@ private:
     Next shown(const Json& command) {
         const auto room = commandRoom(command, "shown");
         if (!room) return Next::read;
-        // Without an answer the library would only log; the driver wants to know.
-        if (sdk_.offerResponseRevision(*room) == 0) return fail("shown: no offer response is stored for this room");
-        sdk_.reportShown(*room);
+        const bool answered = sdk_.offerResponseRevision(*room) != 0;
+        sdk_.reportShown(*room);  // without an answer the library logs that
+        // The library only logs; the driver wants to know.
+        if (!answered) return fail("shown: no offer response is stored for this room");
         return Next::read;
     }
 

@@ -170,13 +170,14 @@ void render(const State& s, const LXHotelsFermoSDK::Offers& offers) {
     // A render started by the host while it built (or the widget's end)
     // already decided what shows; this widget is stale.
     if (s->alive && thisRender == s->renders) {
+        // Composed as the button is built, before it can appear and report.
+        composeAddress(*s);
         onMap(built, [weak = Weak(s)](GtkWidget* widget) {
             if (auto state = weak.lock()) reportShown(state, widget);
         });
         setChild(*s, built);
         s->showsPlaceholder = false;
         s->shown = offer.state;
-        composeAddress(*s);
     }
     g_object_unref(built);
 }
