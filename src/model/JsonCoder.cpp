@@ -130,8 +130,9 @@ std::optional<std::int64_t> Codec<std::int64_t>::decode(const Json& j, DecodeCon
             c.fail(LXDecodingError::Kind::dataCorrupted, "the number " + serialize(j) + " is not a whole number");
             return std::nullopt;
         }
-        // 2^63 is exactly representable; everything below it fits.
-        if (v >= -9223372036854775808.0 && v < 9223372036854775808.0) return std::int64_t(v);
+        // A text below -2^63 also rounds to -2^63, so that value only fits
+        // written as an integer, which never comes here.
+        if (v > -9223372036854775808.0 && v < 9223372036854775808.0) return std::int64_t(v);
     } else {
         c.typeMismatch(name, j);
         return std::nullopt;

@@ -261,6 +261,8 @@ TEST(RoomDetailsJson, DecodingFailuresNameTheKindAndPath) {
           "the number 1.5 is not a whole number"},
          {"huge beds", [](Json& j) { j["room"]["beds"] = 1e19; }, Kind::dataCorrupted, {"room", "beds"},
           "the number 1e+19 does not fit in 64 bits"},
+         {"beds just below the least", [](Json& j) { j["room"]["beds"] = -9223372036854775809.0; },
+          Kind::dataCorrupted, {"room", "beds"}},
          {"beds as bool", [](Json& j) { j["room"]["beds"] = true; }, Kind::typeMismatch, {"room", "beds"}},
          {"null locale", [](Json& j) { j["booking"]["locale"] = nullptr; }, Kind::valueNotFound,
           {"booking", "locale"}},
