@@ -43,3 +43,7 @@ install(FILES ${PROJECT_BINARY_DIR}/LXHotelsFermoConfig.cmake ${PROJECT_BINARY_D
 
 configure_file(cmake/lxhotelsfermo.pc.in lxhotelsfermo.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/lxhotelsfermo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+if(TARGET lxhf_gobject)
+  include(cmake/InstallGObject.cmake)
+endif()

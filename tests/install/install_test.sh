@@ -81,5 +81,29 @@ for lib in "$core_lib" "$ui_lib"; do
     leaked=1
   fi
 done
+gobject_lib=$libdir/libLXHotelsFermoGObject.so.1
+if [ -e "$gobject_lib" ] && nm -D --defined-only "$gobject_lib" | awk '$2 ~ /[TDB]/ && $3 !~ /^lxhf_/' | grep .; then
+  echo "libLXHotelsFermoGObject.so exports more than lxhf_ calls" >&2
+  leaked=1
+fi
 [ "$leaked" = 0 ] || fail "internal symbols are exported"
+
+if [ -e "$gobject_lib" ]; then
+  step "GObject API: a C host, and the typelib from the prefix"
+  printf '#include <lxhf/lxhf.h>\nint main(void) { return LXHF_IS_SDK(lxhf_sdk_get_default()) ? 0 : 1; }\n' > "$work/host.c"
+  # shellcheck disable=SC2046
+  gcc -std=c11 -Wall -Werror "$work/host.c" -o "$work/c-host" $(pkg-config --cflags --libs lxhotelsfermo-gobject)
+  LD_LIBRARY_PATH="$libdir" "$work/c-host"
+  GI_TYPELIB_PATH="$(pkg-config --variable typelibdir lxhotelsfermo-gobject)" LD_LIBRARY_PATH="$libdir" \
+    /usr/bin/python3 - "$gobject_lib" <<'PY'
+import os, sys
+import gi
+gi.require_version("Lxhf", "1.0")
+from gi.repository import Lxhf
+Lxhf.Sdk.get_default()
+loaded = [line.split()[-1] for line in open("/proc/self/maps") if "LXHotelsFermoGObject" in line]
+expected = os.path.realpath(sys.argv[1])
+sys.exit(0 if loaded and all(os.path.realpath(p) == expected for p in loaded) else f"loaded {loaded}, not {expected}")
+PY
+fi
 echo "install test passed"

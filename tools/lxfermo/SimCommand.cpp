@@ -22,6 +22,7 @@ namespace {
 const std::vector<OptionInfo> kSimOptions = {
     {"port", "N", "listen on this port of 127.0.0.1 (default: a free one)"},
     {"faults", "FILE", "scripted faults, JSON: {\"<path>\": {\"status\": 500, ...}, ...}"},
+    {"outcomes", "FILE", "per-room answers, JSON: {\"<room id>\": \"unavailable\", ...}"},
     {"verbose", "", "also print each request's body, on a line of its own"},
     {"page", "SCRIPT", "what the purchase page does once loaded: ready (default), purchase, close, error"},
 };
@@ -32,6 +33,8 @@ constexpr const char* kSimSummary =
     "each request it receives. Fault paths are absolute (\"/api/v2/logs\") or\n"
     "relative to the API base (\"sessions\", \"fermo_offers\", \"events/batch\");\n"
     "a fault's fields are status, body, headers, delay, drop, truncate and count.\n"
+    "An outcome is full (the default), base, unavailable, loading, omitted (the room\n"
+    "is left out of the answer) or malformed (the whole answer cannot be read).\n"
     "With --verbose, each request's line is followed by one more, indented further:\n"
     "its method, path and body, control characters written as \\n, \\r, \\t or \\xNN\n"
     "so that a body takes exactly one line; a body over 16 KiB is cut there.";
@@ -108,11 +111,11 @@ int runSim(const std::vector<std::string>& args) {
         }
         serviceOptions.port = static_cast<std::uint16_t>(*number);
     }
-    std::optional<std::string> faults;
-    if (const std::string* path = options->value("faults")) {
-        faults = readFile(*path);
-        if (!faults) {
-            complain("sim", "cannot read the faults file '" + *path + "'");
+    std::optional<std::string> faults, outcomes;
+    for (auto [option, text] : {std::pair{"faults", &faults}, std::pair{"outcomes", &outcomes}}) {
+        const std::string* path = options->value(option);
+        if (path && !(*text = readFile(*path))) {
+            complain("sim", std::string("cannot read the ") + option + " file '" + *path + "'");
             return 1;
         }
     }
@@ -134,6 +137,10 @@ int runSim(const std::vector<std::string>& args) {
             complain("sim", "the faults file is not usable: " + error);
             return 1;
         }
+    }
+    if (std::string error; outcomes && !service.loadOutcomes(*outcomes, &error)) {
+        complain("sim", "the outcomes file is not usable: " + error);
+        return 1;
     }
     std::fprintf(stderr, "lxfermo sim: generating certificates and starting the service...\n");
     std::string error;

@@ -46,6 +46,8 @@ enum class PurchaseScript {
 // Names used by the page's `lxtest` query flag: ready, purchase, close, error,
 // error-nomessage, newwindow, never-ready, fail.
 std::optional<PurchaseScript> purchaseScriptFromName(std::string_view name);
+// "full", "base", "unavailable", "loading", "omitted" or "malformed".
+std::optional<Outcome> outcomeFromName(std::string_view name);
 std::string_view purchaseScriptName(PurchaseScript script);
 
 // A scripted misbehaviour of one route. Every field is optional in effect.
@@ -137,6 +139,9 @@ public:
     // {"<path>": {"status": 500, "body": "...", "headers": {"x": "y", "z": null},
     //             "delay": 1.5, "drop": false, "truncate": 200, "count": 2}, ...}
     bool loadFaults(std::string_view jsonText, std::string* error = nullptr);
+    // Room outcomes from JSON, {"<room id>": "<outcome name>", ...}. False,
+    // changing nothing, when the text is not such an object.
+    bool loadOutcomes(std::string_view jsonText, std::string* error = nullptr);
 
     // A session id the service accepts without having issued it (e.g. one a
     // test wrote into a stored session file).

@@ -89,6 +89,24 @@ bool FermoTestService::loadFaults(std::string_view jsonText, std::string* error)
     return true;
 }
 
+bool FermoTestService::loadOutcomes(std::string_view jsonText, std::string* error) {
+    const auto parsed = nlohmann::json::parse(jsonText, nullptr, false);
+    std::map<std::string, Outcome> outcomes;
+    std::string reason = parsed.is_object() ? "" : "not a JSON object";
+    for (auto it = parsed.begin(); reason.empty() && it != parsed.end(); ++it) {
+        const auto outcome = it.value().is_string() ? outcomeFromName(it.value().get<std::string>()) : std::nullopt;
+        if (outcome) outcomes[it.key()] = *outcome;
+        else reason = "room \"" + it.key() + "\": not an outcome name";
+    }
+    if (!reason.empty()) {
+        if (error) *error = reason;
+        return false;
+    }
+    std::lock_guard lock(state_->mutex);
+    state_->outcomes.merge(outcomes);
+    return true;
+}
+
 void FermoTestService::addKnownSession(const std::string& sessionId) {
     std::lock_guard lock(state_->mutex);
     state_->sessions.insert(sessionId);

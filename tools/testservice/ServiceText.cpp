@@ -39,7 +39,18 @@ constexpr std::pair<PurchaseScript, std::string_view> kScriptNames[] = {
     {PurchaseScript::neverReady, "never-ready"},
     {PurchaseScript::fail, "fail"},
 };
+constexpr std::pair<Outcome, std::string_view> kOutcomeNames[] = {
+    {Outcome::fullOffer, "full"},         {Outcome::baseOffer, "base"},   {Outcome::unavailable, "unavailable"},
+    {Outcome::loadingType, "loading"},    {Outcome::omitted, "omitted"}, {Outcome::malformed, "malformed"},
+};
 }  // namespace
+
+std::optional<Outcome> outcomeFromName(std::string_view name) {
+    for (const auto& [outcome, text] : kOutcomeNames) {
+        if (text == name) return outcome;
+    }
+    return std::nullopt;
+}
 
 std::string percentDecode(std::string_view text) {
     std::string out;

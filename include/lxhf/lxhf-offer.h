@@ -1,0 +1,47 @@
+#pragma once
+
+/* One room handed to the library and where its offer stands. */
+
+#include <glib-object.h>
+
+#include <lxhf/lxhf-export.h>
+#include <lxhf/lxhf-room-details.h>
+#include <lxhf/lxhf-types.h>
+
+G_BEGIN_DECLS
+
+/**
+ * LxhfOffer:
+ *
+ * An item of the offers model (lxhf_sdk_get_offers()). Its room never
+ * changes; its state does, announced on the main context by
+ * "notify::state", and by "notify::error-message" when the message changes.
+ */
+#define LXHF_TYPE_OFFER (lxhf_offer_get_type())
+LXHF_API G_DECLARE_FINAL_TYPE(LxhfOffer, lxhf_offer, LXHF, OFFER, GObject)
+
+/**
+ * lxhf_offer_get_room:
+ * @self: an offer
+ *
+ * Returns: (transfer none): the room the offer is for
+ */
+LXHF_API LxhfRoomDetails* lxhf_offer_get_room(LxhfOffer* self);
+
+/**
+ * lxhf_offer_get_state:
+ * @self: an offer
+ *
+ * Returns: where the offer stands
+ */
+LXHF_API LxhfOfferState lxhf_offer_get_state(LxhfOffer* self);
+
+/**
+ * lxhf_offer_get_error_message:
+ * @self: an offer
+ *
+ * Returns: (nullable): why the offer is in error; %NULL in any other state
+ */
+LXHF_API const char* lxhf_offer_get_error_message(LxhfOffer* self);
+
+G_END_DECLS

@@ -1,0 +1,139 @@
+#pragma once
+
+/* The library's entry point for GObject hosts. */
+
+#include <gio/gio.h>
+
+#include <lxhf/lxhf-export.h>
+#include <lxhf/lxhf-room-details.h>
+#include <lxhf/lxhf-types.h>
+
+G_BEGIN_DECLS
+
+/**
+ * LxhfSdk:
+ *
+ * The process's one library instance. Use it from the thread running the
+ * default GLib main context; nothing here blocks, and every failure stays
+ * inside (logged, or shown as an offer's error state).
+ *
+ * Call lxhf_sdk_configure() first: the library starts on the first other
+ * call with the token and environment of that moment, and keeps them.
+ */
+#define LXHF_TYPE_SDK (lxhf_sdk_get_type())
+LXHF_API G_DECLARE_FINAL_TYPE(LxhfSdk, lxhf_sdk, LXHF, SDK, GObject)
+
+/**
+ * lxhf_sdk_get_default:
+ *
+ * Returns: (transfer none): the process's library instance
+ */
+LXHF_API LxhfSdk* lxhf_sdk_get_default(void);
+
+/**
+ * lxhf_sdk_configure:
+ * @self: the library
+ * @token: the partner token
+ * @environment: the service to use
+ */
+LXHF_API void lxhf_sdk_configure(LxhfSdk* self, const char* token, LxhfEnvironment environment);
+
+/**
+ * lxhf_sdk_set_endpoints:
+ * @self: the library
+ * @api_base: (nullable): the API base URL, ending in "/"
+ * @microsite_base: (nullable): the purchase page's scheme, host and port
+ * @intake_url: (nullable): where log records are posted
+ * @ca_file: (nullable) (type filename): an extra CA certificate (PEM) to trust
+ * @cache_directory: (nullable) (type filename): where the session file is kept
+ * @error: return location for a %LXHF_ERROR_ENDPOINTS_REFUSED error
+ *
+ * Points the library elsewhere, for tests against a local service. %NULL
+ * keeps the library's own value. Call it before anything but
+ * lxhf_sdk_configure().
+ *
+ * Returns: whether the endpoints were taken
+ */
+LXHF_API gboolean lxhf_sdk_set_endpoints(LxhfSdk* self, const char* api_base, const char* microsite_base,
+                                         const char* intake_url, const char* ca_file,
+                                         const char* cache_directory, GError** error);
+
+/**
+ * lxhf_sdk_update_user:
+ * @self: the library
+ * @user_id: (nullable): the signed-in traveller, or %NULL when signed out
+ */
+LXHF_API void lxhf_sdk_update_user(LxhfSdk* self, const char* user_id);
+
+/**
+ * lxhf_sdk_cache_offers:
+ * @self: the library
+ * @rooms: (array length=n_rooms) (element-type LxhfRoomDetails): the rooms on screen
+ * @n_rooms: the number of @rooms
+ *
+ * Lists each new room as loading and fetches its offer.
+ */
+LXHF_API void lxhf_sdk_cache_offers(LxhfSdk* self, LxhfRoomDetails** rooms, gsize n_rooms);
+
+/**
+ * lxhf_sdk_refresh_cached_offers:
+ * @self: the library
+ * @refresh: which rooms to fetch again
+ */
+LXHF_API void lxhf_sdk_refresh_cached_offers(LxhfSdk* self, LxhfRefresh refresh);
+
+/**
+ * lxhf_sdk_get_offers:
+ * @self: the library
+ *
+ * Every room handed in, in first-seen order, as #LxhfOffer items. A room's
+ * state change notifies on its item; "items-changed" is emitted when rooms
+ * are added, and when the host replaced the list through the C++ API.
+ *
+ * Returns: (transfer none): a #GListModel of #LxhfOffer
+ */
+LXHF_API GListModel* lxhf_sdk_get_offers(LxhfSdk* self);
+
+/**
+ * lxhf_sdk_get_purchase_address:
+ * @self: the library
+ * @room: a room handed in
+ * @error: return location for why there is no address
+ *
+ * For a web view of the host's own: the purchase page's address for @room,
+ * from its latest signed full offer. Why there is none is also logged.
+ *
+ * Returns: (transfer full) (nullable): the address, or %NULL with @error set
+ */
+LXHF_API char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError** error);
+
+/**
+ * lxhf_sdk_report_shown:
+ * @self: the library
+ * @room: a room handed in
+ *
+ * Call each time the room's button appears in a widget of the host's own:
+ * reports its offer as shown (sent in batches). #LxhfOfferButton does this
+ * itself.
+ */
+LXHF_API void lxhf_sdk_report_shown(LxhfSdk* self, LxhfRoomDetails* room);
+
+/**
+ * lxhf_sdk_application_will_terminate:
+ * @self: the library
+ *
+ * Empties the stored session. Call at normal shutdown, or use
+ * lxhf_sdk_connect_application_shutdown().
+ */
+LXHF_API void lxhf_sdk_application_will_terminate(LxhfSdk* self);
+
+/**
+ * lxhf_sdk_connect_application_shutdown:
+ * @self: the library
+ * @application: the host's application
+ *
+ * Calls lxhf_sdk_application_will_terminate() on the application's "shutdown".
+ */
+LXHF_API void lxhf_sdk_connect_application_shutdown(LxhfSdk* self, GApplication* application);
+
+G_END_DECLS

@@ -1,0 +1,96 @@
+#pragma once
+
+/* The offer button and the purchase page, for GTK 4 hosts. */
+
+#include <gtk/gtk.h>
+
+#include <lxhf/lxhf-export.h>
+#include <lxhf/lxhf-room-details.h>
+#include <lxhf/lxhf-types.h>
+
+G_BEGIN_DECLS
+
+/**
+ * LxhfOfferButton:
+ *
+ * A button that follows one room's offer and opens its purchase page when
+ * pressed. Its label is the one set for the offer's state. Each time it
+ * appears it reports the offer as shown; while the room is unknown to the
+ * library, appearing asks for its offer.
+ *
+ * Each result the page reports is emitted as #LxhfOfferButton::result.
+ */
+#define LXHF_TYPE_OFFER_BUTTON (lxhf_offer_button_get_type())
+LXHF_API G_DECLARE_FINAL_TYPE(LxhfOfferButton, lxhf_offer_button, LXHF, OFFER_BUTTON, GtkWidget)
+
+/**
+ * lxhf_offer_button_new:
+ * @room: the room to follow
+ *
+ * Returns: the new button
+ */
+LXHF_API GtkWidget* lxhf_offer_button_new(LxhfRoomDetails* room);
+
+/**
+ * lxhf_offer_button_get_room:
+ * @self: an offer button
+ *
+ * Returns: (transfer none): the room it follows
+ */
+LXHF_API LxhfRoomDetails* lxhf_offer_button_get_room(LxhfOfferButton* self);
+
+/**
+ * lxhf_offer_button_get_state:
+ * @self: an offer button
+ *
+ * Returns: the state of the offer it shows
+ */
+LXHF_API LxhfOfferState lxhf_offer_button_get_state(LxhfOfferButton* self);
+
+/**
+ * lxhf_offer_button_set_label:
+ * @self: an offer button
+ * @state: an offer state
+ * @label: what the button says in @state
+ */
+LXHF_API void lxhf_offer_button_set_label(LxhfOfferButton* self, LxhfOfferState state, const char* label);
+
+/**
+ * LxhfPurchasePage:
+ *
+ * The purchase page for one room, in a fullscreen window over the host's.
+ * It keeps itself alive until #LxhfPurchasePage::finished has been emitted,
+ * so a host may drop its reference at once.
+ */
+#define LXHF_TYPE_PURCHASE_PAGE (lxhf_purchase_page_get_type())
+LXHF_API G_DECLARE_FINAL_TYPE(LxhfPurchasePage, lxhf_purchase_page, LXHF, PURCHASE_PAGE, GObject)
+
+/**
+ * lxhf_purchase_page_present:
+ * @parent: (nullable): the host's window
+ * @room: a room handed in
+ *
+ * Shows the page at the room's purchase address, or the line "Unable to
+ * load Fermo" when it has none.
+ *
+ * Returns: (transfer full): the page
+ */
+LXHF_API LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoomDetails* room);
+
+/**
+ * lxhf_purchase_page_close:
+ * @self: a page
+ *
+ * Takes the page down; #LxhfPurchasePage::finished follows.
+ */
+LXHF_API void lxhf_purchase_page_close(LxhfPurchasePage* self);
+
+/**
+ * lxhf_purchase_page_get_window:
+ * @self: a page
+ *
+ * Returns: (transfer none) (nullable): the page's window, %NULL once finished
+ */
+LXHF_API GtkWindow* lxhf_purchase_page_get_window(LxhfPurchasePage* self);
+
+G_END_DECLS

@@ -1,0 +1,39 @@
+#pragma once
+
+// What the Lxhf GObject types share: the C++ values behind them and the
+// mapping of the C++ API's kinds onto the GObject enumerations. Main
+// context only, like the API it wraps.
+
+#include <lxhf/lxhf.h>
+
+#include <string>
+
+#include "LXHotelsFermo/LXFermoOffer.h"
+#include "LXHotelsFermo/LXHotelsFermoSDK.h"
+#include "LXHotelsFermo/LXRoomDetails.h"
+
+namespace lxhf::gobject {
+
+LxhfRoomDetails* roomDetailsNew(LXRoomDetails room);
+const LXRoomDetails& roomOf(LxhfRoomDetails* room);
+
+LxhfOffer* offerNew(const LXFermoOffer& offer);
+// Notifies only what differs from what the item shows.
+void offerUpdate(LxhfOffer* item, const LXFermoOfferState& state);
+
+// A model of LxhfOffer items following `sdk`'s published offers.
+GListModel* offerListNew(LXHotelsFermoSDK& sdk);
+
+LxhfOfferState stateOf(const LXFermoOfferState& state);
+LxhfPurchaseResult resultOf(const LXFermoPurchaseResult& result);
+// The error's message, or nothing for any other result.
+const char* messageOf(const LXFermoPurchaseResult& result);
+
+// A C++ value kept in a GObject's instance struct, which GLib allocates
+// zeroed: built in instance_init, destroyed in finalize.
+template <class T>
+void construct(T& slot) { new (&slot) T(); }
+template <class T>
+void destroy(T& slot) { slot.~T(); }
+
+}  // namespace lxhf::gobject

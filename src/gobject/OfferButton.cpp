@@ -1,0 +1,164 @@
+// LxhfOfferButton: the C++ button wrapper as a GTK widget of its own, so a
+// list item factory or a .ui file can hold it like any other widget.
+
+#include "gobject/GObjectBridge.h"
+
+#include <array>
+#include <string>
+
+#include "LXHotelsFermo/ui/LXFermoButtonWrapper.h"
+
+struct _LxhfOfferButton {
+    GtkWidget parent_instance;
+    LxhfRoomDetails* room;
+    LxhfOfferState state;
+    std::array<std::string, 4> labels;  // by LxhfOfferState
+    GtkWidget* button;  // the current GtkButton, owned by the wrapper; cleared by a weak pointer
+};
+
+G_DEFINE_FINAL_TYPE(LxhfOfferButton, lxhf_offer_button, GTK_TYPE_WIDGET)
+
+enum { PROP_ROOM = 1, PROP_STATE, N_PROPS };
+static GParamSpec* properties[N_PROPS];
+enum { SIGNAL_RESULT, N_SIGNALS };
+static guint signals[N_SIGNALS];
+
+namespace {
+
+using namespace lxhf::gobject;
+
+void track(LxhfOfferButton* self, GtkWidget* button) {
+    if (self->button) g_object_remove_weak_pointer(G_OBJECT(self->button), reinterpret_cast<gpointer*>(&self->button));
+    self->button = button;
+    if (button) g_object_add_weak_pointer(G_OBJECT(button), reinterpret_cast<gpointer*>(&self->button));
+}
+
+// The wrapper is this widget's only child; it and everything it calls back
+// go when the child is unparented in dispose, so `self` is never stale.
+void attachWrapper(LxhfOfferButton* self) {
+    auto label = LXFermoButtonWrapper::labelledButton(
+        [self](const LXFermoOffer& offer) { return self->labels[stateOf(offer.state)]; });
+    auto factory = [self, label](const LXFermoOffer& offer, std::function<void()> action) {
+        GtkWidget* button = label(offer, std::move(action));
+        track(self, button);
+        const LxhfOfferState state = stateOf(offer.state);
+        if (state != self->state) {
+            self->state = state;
+            g_object_notify_by_pspec(G_OBJECT(self), properties[PROP_STATE]);
+        }
+        return button;
+    };
+    auto onResult = [self](const LXFermoPurchaseResult& result) {
+        g_signal_emit(self, signals[SIGNAL_RESULT], 0, resultOf(result), messageOf(result));
+    };
+    GtkWidget* wrapper = LXFermoButtonWrapper::create(roomOf(self->room), onResult, factory);
+    gtk_widget_set_parent(wrapper, GTK_WIDGET(self));
+}
+
+}  // namespace
+
+static void lxhf_offer_button_constructed(GObject* object) {
+    G_OBJECT_CLASS(lxhf_offer_button_parent_class)->constructed(object);
+    auto* self = LXHF_OFFER_BUTTON(object);
+    if (self->room)
+        attachWrapper(self);
+    else
+        g_critical("LxhfOfferButton needs a room; it stays empty");
+}
+
+static void lxhf_offer_button_set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+    if (id == PROP_ROOM)
+        LXHF_OFFER_BUTTON(object)->room = LXHF_ROOM_DETAILS(g_value_dup_object(value));
+    else
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+}
+
+static void lxhf_offer_button_get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+    auto* self = LXHF_OFFER_BUTTON(object);
+    switch (id) {
+    case PROP_ROOM: g_value_set_object(value, self->room); break;
+    case PROP_STATE: g_value_set_enum(value, self->state); break;
+    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    }
+}
+
+static void lxhf_offer_button_dispose(GObject* object) {
+    auto* self = LXHF_OFFER_BUTTON(object);
+    track(self, nullptr);
+    while (GtkWidget* child = gtk_widget_get_first_child(GTK_WIDGET(self))) gtk_widget_unparent(child);
+    g_clear_object(&self->room);
+    G_OBJECT_CLASS(lxhf_offer_button_parent_class)->dispose(object);
+}
+
+static void lxhf_offer_button_finalize(GObject* object) {
+    destroy(LXHF_OFFER_BUTTON(object)->labels);
+    G_OBJECT_CLASS(lxhf_offer_button_parent_class)->finalize(object);
+}
+
+static void lxhf_offer_button_class_init(LxhfOfferButtonClass* klass) {
+    auto* object = G_OBJECT_CLASS(klass);
+    object->constructed = lxhf_offer_button_constructed;
+    object->set_property = lxhf_offer_button_set_property;
+    object->get_property = lxhf_offer_button_get_property;
+    object->dispose = lxhf_offer_button_dispose;
+    object->finalize = lxhf_offer_button_finalize;
+    gtk_widget_class_set_layout_manager_type(GTK_WIDGET_CLASS(klass), GTK_TYPE_BIN_LAYOUT);
+
+    /**
+     * LxhfOfferButton:room:
+     *
+     * The room the button follows.
+     */
+    properties[PROP_ROOM] = g_param_spec_object(
+        "room", nullptr, nullptr, LXHF_TYPE_ROOM_DETAILS,
+        static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_CONSTRUCT_ONLY | G_PARAM_STATIC_STRINGS));
+    /**
+     * LxhfOfferButton:state:
+     *
+     * The state of the offer the button shows.
+     */
+    properties[PROP_STATE] = g_param_spec_enum(
+        "state", nullptr, nullptr, LXHF_TYPE_OFFER_STATE, LXHF_OFFER_STATE_LOADING,
+        static_cast<GParamFlags>(G_PARAM_READABLE | G_PARAM_STATIC_STRINGS | G_PARAM_EXPLICIT_NOTIFY));
+    g_object_class_install_properties(object, N_PROPS, properties);
+
+    /**
+     * LxhfOfferButton::result:
+     * @self: the button
+     * @result: what the page reported
+     * @message: (nullable): why, for %LXHF_PURCHASE_RESULT_ERROR
+     *
+     * Emitted for each result the purchase page opened by the button reports.
+     * "purchased" leaves the page up; "cancelled" or "error" follows.
+     */
+    signals[SIGNAL_RESULT] = g_signal_new("result", G_TYPE_FROM_CLASS(klass), G_SIGNAL_RUN_LAST, 0, nullptr, nullptr,
+                                          nullptr, G_TYPE_NONE, 2, LXHF_TYPE_PURCHASE_RESULT, G_TYPE_STRING);
+}
+
+static void lxhf_offer_button_init(LxhfOfferButton* self) {
+    construct(self->labels);
+    self->labels = {"Checking the price…", "Freeze this price", "No price freeze for this room",
+                    "Price freeze unavailable"};
+}
+
+GtkWidget* lxhf_offer_button_new(LxhfRoomDetails* room) {
+    g_return_val_if_fail(LXHF_IS_ROOM_DETAILS(room), nullptr);
+    return GTK_WIDGET(g_object_new(LXHF_TYPE_OFFER_BUTTON, "room", room, nullptr));
+}
+
+LxhfRoomDetails* lxhf_offer_button_get_room(LxhfOfferButton* self) {
+    g_return_val_if_fail(LXHF_IS_OFFER_BUTTON(self), nullptr);
+    return self->room;
+}
+
+LxhfOfferState lxhf_offer_button_get_state(LxhfOfferButton* self) {
+    g_return_val_if_fail(LXHF_IS_OFFER_BUTTON(self), LXHF_OFFER_STATE_LOADING);
+    return self->state;
+}
+
+void lxhf_offer_button_set_label(LxhfOfferButton* self, LxhfOfferState state, const char* label) {
+    g_return_if_fail(LXHF_IS_OFFER_BUTTON(self) && label != nullptr);
+    g_return_if_fail(state >= LXHF_OFFER_STATE_LOADING && state <= LXHF_OFFER_STATE_ERROR);
+    self->labels[state] = label;
+    if (state == self->state && GTK_IS_BUTTON(self->button)) gtk_button_set_label(GTK_BUTTON(self->button), label);
+}

@@ -1,0 +1,103 @@
+// LxhfPurchasePage: the purchase window with its results as GObject signals.
+
+#include "gobject/GObjectBridge.h"
+
+#include <optional>
+#include <string>
+
+#include "LXHotelsFermo/ui/LXPurchaseWindow.h"
+
+struct _LxhfPurchasePage {
+    GObject parent_instance;
+    GtkWindow* window;  // while the page is up
+    bool finished;
+    LxhfPurchaseResult last;
+    std::optional<std::string> lastMessage;
+};
+
+G_DEFINE_FINAL_TYPE(LxhfPurchasePage, lxhf_purchase_page, G_TYPE_OBJECT)
+
+enum { SIGNAL_RESULT, SIGNAL_FINISHED, N_SIGNALS };
+static guint signals[N_SIGNALS];
+
+static void lxhf_purchase_page_finalize(GObject* object) {
+    lxhf::gobject::destroy(LXHF_PURCHASE_PAGE(object)->lastMessage);
+    G_OBJECT_CLASS(lxhf_purchase_page_parent_class)->finalize(object);
+}
+
+static void lxhf_purchase_page_class_init(LxhfPurchasePageClass* klass) {
+    G_OBJECT_CLASS(klass)->finalize = lxhf_purchase_page_finalize;
+    /**
+     * LxhfPurchasePage::result:
+     * @self: the page
+     * @result: what the page reported
+     * @message: (nullable): why, for %LXHF_PURCHASE_RESULT_ERROR
+     *
+     * Emitted for each result the page reports. "purchased" leaves the page
+     * up; "cancelled" or "error" follows.
+     */
+    signals[SIGNAL_RESULT] = g_signal_new("result", G_TYPE_FROM_CLASS(klass), G_SIGNAL_RUN_LAST, 0, nullptr, nullptr,
+                                          nullptr, G_TYPE_NONE, 2, LXHF_TYPE_PURCHASE_RESULT, G_TYPE_STRING);
+    /**
+     * LxhfPurchasePage::finished:
+     * @self: the page
+     * @result: the last result the page reported, or
+     *   %LXHF_PURCHASE_RESULT_NONE when it reported none
+     * @message: (nullable): why, for %LXHF_PURCHASE_RESULT_ERROR
+     *
+     * Emitted once, when the page's window has gone, however it was closed.
+     */
+    signals[SIGNAL_FINISHED] = g_signal_new("finished", G_TYPE_FROM_CLASS(klass), G_SIGNAL_RUN_LAST, 0, nullptr,
+                                            nullptr, nullptr, G_TYPE_NONE, 2, LXHF_TYPE_PURCHASE_RESULT, G_TYPE_STRING);
+}
+
+static void lxhf_purchase_page_init(LxhfPurchasePage* self) {
+    lxhf::gobject::construct(self->lastMessage);
+    self->last = LXHF_PURCHASE_RESULT_NONE;
+}
+
+namespace {
+
+void report(LxhfPurchasePage* self, const LXFermoPurchaseResult& result) {
+    self->last = lxhf::gobject::resultOf(result);
+    const char* message = lxhf::gobject::messageOf(result);
+    self->lastMessage = message ? std::optional<std::string>(message) : std::nullopt;
+    g_signal_emit(self, signals[SIGNAL_RESULT], 0, self->last, message);
+}
+
+// Drops the reference the page held on itself while its window was up.
+void finish(LxhfPurchasePage* self) {
+    self->finished = true;
+    self->window = nullptr;
+    g_signal_emit(self, signals[SIGNAL_FINISHED], 0, self->last,
+                  self->lastMessage ? self->lastMessage->c_str() : nullptr);
+    g_object_unref(self);
+}
+
+}  // namespace
+
+LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoomDetails* room) {
+    g_return_val_if_fail(parent == nullptr || GTK_IS_WINDOW(parent), nullptr);
+    g_return_val_if_fail(LXHF_IS_ROOM_DETAILS(room), nullptr);
+    auto* self = static_cast<LxhfPurchasePage*>(g_object_new(LXHF_TYPE_PURCHASE_PAGE, nullptr));
+    std::optional<std::string> url;
+    // Why there is no address is logged by the library; the page says so.
+    if (auto address = LXHotelsFermoSDK::shared().purchaseAddress(lxhf::gobject::roomOf(room)))
+        url = std::move(address).value();
+    g_object_ref(self);
+    GtkWindow* window = LXPurchaseWindow::present(
+        parent, std::move(url), [self](const LXFermoPurchaseResult& result) { report(self, result); },
+        [self] { finish(self); });
+    if (!self->finished) self->window = window;
+    return self;
+}
+
+void lxhf_purchase_page_close(LxhfPurchasePage* self) {
+    g_return_if_fail(LXHF_IS_PURCHASE_PAGE(self));
+    if (self->window) gtk_window_close(self->window);
+}
+
+GtkWindow* lxhf_purchase_page_get_window(LxhfPurchasePage* self) {
+    g_return_val_if_fail(LXHF_IS_PURCHASE_PAGE(self), nullptr);
+    return self->window;
+}

@@ -1,0 +1,116 @@
+#include "gobject/GObjectBridge.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+struct _LxhfSdk {
+    GObject parent_instance;
+    LXHotelsFermoSDK* sdk;
+    GListModel* offers;  // made on first use, so the library starts no earlier than the host asks
+};
+
+G_DEFINE_FINAL_TYPE(LxhfSdk, lxhf_sdk, G_TYPE_OBJECT)
+
+static void lxhf_sdk_class_init(LxhfSdkClass*) {}
+
+static void lxhf_sdk_init(LxhfSdk* self) { self->sdk = &LXHotelsFermoSDK::shared(); }
+
+namespace {
+
+std::optional<std::string> optionalText(const char* text) {
+    return text ? std::optional<std::string>(text) : std::nullopt;
+}
+
+LxhfError errorFor(LXNoPurchaseAddress::Reason reason) {
+    switch (reason) {
+    case LXNoPurchaseAddress::Reason::noResponse: return LXHF_ERROR_NO_RESPONSE;
+    case LXNoPurchaseAddress::Reason::notSignedFullOffer: return LXHF_ERROR_NOT_SIGNED_FULL_OFFER;
+    case LXNoPurchaseAddress::Reason::unencodable: return LXHF_ERROR_UNENCODABLE;
+    }
+    return LXHF_ERROR_UNENCODABLE;
+}
+
+}  // namespace
+
+LxhfSdk* lxhf_sdk_get_default(void) {
+    // Like the facade it wraps, made once and kept for the process.
+    static LxhfSdk* const instance = static_cast<LxhfSdk*>(g_object_new(LXHF_TYPE_SDK, nullptr));
+    return instance;
+}
+
+void lxhf_sdk_configure(LxhfSdk* self, const char* token, LxhfEnvironment environment) {
+    g_return_if_fail(LXHF_IS_SDK(self) && token != nullptr);
+    self->sdk->configure(token, environment == LXHF_ENVIRONMENT_STAGING ? LXEnvironmentType::staging
+                                                                          : LXEnvironmentType::production);
+}
+
+gboolean lxhf_sdk_set_endpoints(LxhfSdk* self, const char* api_base, const char* microsite_base,
+                                const char* intake_url, const char* ca_file, const char* cache_directory,
+                                GError** error) {
+    g_return_val_if_fail(LXHF_IS_SDK(self), FALSE);
+    g_return_val_if_fail(error == nullptr || *error == nullptr, FALSE);
+    LXEndpoints endpoints;
+    endpoints.apiBase = optionalText(api_base);
+    endpoints.micrositeBase = optionalText(microsite_base);
+    endpoints.intakeUrl = optionalText(intake_url);
+    endpoints.caFile = optionalText(ca_file);
+    endpoints.cacheDirectory = optionalText(cache_directory);
+    if (self->sdk->setEndpoints(std::move(endpoints))) return TRUE;
+    g_set_error_literal(error, LXHF_ERROR, LXHF_ERROR_ENDPOINTS_REFUSED,
+                        "Endpoints must be absolute http or https URLs, set before the library starts");
+    return FALSE;
+}
+
+void lxhf_sdk_update_user(LxhfSdk* self, const char* user_id) {
+    g_return_if_fail(LXHF_IS_SDK(self));
+    self->sdk->updateUser(optionalText(user_id));
+}
+
+void lxhf_sdk_cache_offers(LxhfSdk* self, LxhfRoomDetails** rooms, gsize n_rooms) {
+    g_return_if_fail(LXHF_IS_SDK(self) && (rooms != nullptr || n_rooms == 0));
+    std::vector<LXRoomDetails> list;
+    list.reserve(n_rooms);
+    for (gsize i = 0; i < n_rooms; ++i) {
+        g_return_if_fail(LXHF_IS_ROOM_DETAILS(rooms[i]));
+        list.push_back(lxhf::gobject::roomOf(rooms[i]));
+    }
+    self->sdk->cacheOffers(list);
+}
+
+void lxhf_sdk_refresh_cached_offers(LxhfSdk* self, LxhfRefresh refresh) {
+    g_return_if_fail(LXHF_IS_SDK(self));
+    self->sdk->refreshCachedOffers(refresh == LXHF_REFRESH_ERRORS_ONLY ? LXRefresh::errorsOnly : LXRefresh::all);
+}
+
+GListModel* lxhf_sdk_get_offers(LxhfSdk* self) {
+    g_return_val_if_fail(LXHF_IS_SDK(self), nullptr);
+    if (!self->offers) self->offers = lxhf::gobject::offerListNew(*self->sdk);
+    return self->offers;
+}
+
+char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError** error) {
+    g_return_val_if_fail(LXHF_IS_SDK(self) && LXHF_IS_ROOM_DETAILS(room), nullptr);
+    g_return_val_if_fail(error == nullptr || *error == nullptr, nullptr);
+    auto address = self->sdk->purchaseAddress(lxhf::gobject::roomOf(room));
+    if (address) return g_strdup(address.value().c_str());
+    const auto& missing = address.error();
+    g_set_error_literal(error, LXHF_ERROR, errorFor(missing.reason),
+                        missing.message.empty() ? "No purchase address" : missing.message.c_str());
+    return nullptr;
+}
+
+void lxhf_sdk_report_shown(LxhfSdk* self, LxhfRoomDetails* room) {
+    g_return_if_fail(LXHF_IS_SDK(self) && LXHF_IS_ROOM_DETAILS(room));
+    self->sdk->reportShown(lxhf::gobject::roomOf(room));
+}
+
+void lxhf_sdk_application_will_terminate(LxhfSdk* self) {
+    g_return_if_fail(LXHF_IS_SDK(self));
+    self->sdk->applicationWillTerminate();
+}
+
+void lxhf_sdk_connect_application_shutdown(LxhfSdk* self, GApplication* application) {
+    g_return_if_fail(LXHF_IS_SDK(self) && G_IS_APPLICATION(application));
+    self->sdk->connectApplicationShutdown(application);
+}
