@@ -8,22 +8,15 @@ source=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
-step() { echo "-- $*"; }
-fail() { echo "install test: $*" >&2; exit 1; }
+# shellcheck source=host_checks.sh
+. "$source/host_checks.sh"
 
 step "install"
 cmake --install "$build" --prefix "$prefix" >/dev/null
 test ! -e "$prefix/include/LXHotelsFermo/core" || fail "private headers were installed"
-core_lib=$(ls "$prefix"/lib*/libLXHotelsFermo.so.1)
+core_lib=$(find "$prefix" -name libLXHotelsFermo.so.1)
 libdir=$(dirname "$core_lib")
 ui_lib=$libdir/libLXHotelsFermoUI.so.1
-
-consumer() { # consumer NAME [cmake args...]: configures and builds the CMake consumer
-  local dir=$work/$1; shift
-  cmake -S "$source/consumer" -B "$dir" -DCMAKE_PREFIX_PATH="$prefix" "$@" >"$work/configure.log" 2>&1 ||
-    { cat "$work/configure.log"; return 1; }
-  cmake --build "$dir" >/dev/null
-}
 
 step "CMake package, core alone, without GTK's or WebKitGTK's pkg-config files"
 # As on a machine without their development packages.
@@ -94,16 +87,6 @@ if [ -e "$gobject_lib" ]; then
   # shellcheck disable=SC2046
   gcc -std=c11 -Wall -Werror "$work/host.c" -o "$work/c-host" $(pkg-config --cflags --libs lxhotelsfermo-gobject)
   LD_LIBRARY_PATH="$libdir" "$work/c-host"
-  GI_TYPELIB_PATH="$(pkg-config --variable typelibdir lxhotelsfermo-gobject)" LD_LIBRARY_PATH="$libdir" \
-    /usr/bin/python3 - "$gobject_lib" <<'PY'
-import os, sys
-import gi
-gi.require_version("Lxhf", "1.0")
-from gi.repository import Lxhf
-Lxhf.Sdk.get_default()
-loaded = [line.split()[-1] for line in open("/proc/self/maps") if "LXHotelsFermoGObject" in line]
-expected = os.path.realpath(sys.argv[1])
-sys.exit(0 if loaded and all(os.path.realpath(p) == expected for p in loaded) else f"loaded {loaded}, not {expected}")
-PY
+  typelib_loads "$libdir"
 fi
 echo "install test passed"

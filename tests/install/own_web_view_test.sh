@@ -30,7 +30,7 @@ sim_pid=$!
 for _ in $(seq 100); do grep -q "CA file:" "$work/sim.out" && break; sleep 0.1; done
 value() { awk -v key="$1" 'index($0, key) { print $NF; exit }' "$work/sim.out"; }
 
-libdir=$(dirname "$(ls "$work"/prefix/lib*/libLXHotelsFermo.so.1 | head -n1)")
+libdir=$(dirname "$(find "$work/prefix" -name libLXHotelsFermo.so.1)")
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 # shellcheck disable=SC2046
 g++ -std=c++20 "$example" -o "$work/own_web_view" $(pkg-config --cflags --libs lxhotelsfermo gtk4 webkitgtk-6.0)
