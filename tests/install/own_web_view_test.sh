@@ -35,6 +35,7 @@ export PKG_CONFIG_PATH="$libdir/pkgconfig"
 # shellcheck disable=SC2046
 g++ -std=c++20 "$example" -o "$work/own_web_view" $(pkg-config --cflags --libs lxhotelsfermo gtk4 webkitgtk-6.0)
 LD_LIBRARY_PATH="$libdir" timeout 120 "$work/own_web_view" \
-  "$(value "API base:")" "$(value "microsite:")" "$(value "log intake:")" "$(value "CA file:")" > "$work/out"
+  "$(value "API base:")" "$(value "microsite:")" "$(value "log intake:")" "$(value "CA file:")" > "$work/out" ||
+  { echo "the example failed; it printed:"; cat "$work/out"; echo "the service saw:"; cat "$work/sim.out"; exit 1; }
 diff <(printf 'offer: loading\noffer: available\nresult: {"purchased":{}}\nresult: {"cancelled":{}}\n') "$work/out"
 echo "own web view test passed"
