@@ -15,13 +15,13 @@ G_DEFINE_FINAL_TYPE(LxhfOffer, lxhf_offer, G_TYPE_OBJECT)
 enum { PROP_ROOM = 1, PROP_STATE, PROP_ERROR_MESSAGE, N_PROPS };
 static GParamSpec* properties[N_PROPS];
 
-static void lxhf_offer_get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+static void lxhf_offer_get_property(GObject* object, guint id, GValue* value, GParamSpec* param) {
     auto* self = LXHF_OFFER(object);
     switch (id) {
     case PROP_ROOM: g_value_set_object(value, self->room); break;
     case PROP_STATE: g_value_set_enum(value, self->state); break;
     case PROP_ERROR_MESSAGE: g_value_set_string(value, lxhf_offer_get_error_message(self)); break;
-    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
     }
 }
 

@@ -66,19 +66,19 @@ static void lxhf_offer_button_constructed(GObject* object) {
         g_critical("LxhfOfferButton needs a room; it stays empty");
 }
 
-static void lxhf_offer_button_set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+static void lxhf_offer_button_set_property(GObject* object, guint id, const GValue* value, GParamSpec* param) {
     if (id == PROP_ROOM)
         LXHF_OFFER_BUTTON(object)->room = LXHF_ROOM_DETAILS(g_value_dup_object(value));
     else
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
 }
 
-static void lxhf_offer_button_get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+static void lxhf_offer_button_get_property(GObject* object, guint id, GValue* value, GParamSpec* param) {
     auto* self = LXHF_OFFER_BUTTON(object);
     switch (id) {
     case PROP_ROOM: g_value_set_object(value, self->room); break;
     case PROP_STATE: g_value_set_enum(value, self->state); break;
-    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
     }
 }
 
