@@ -103,7 +103,7 @@ bool FermoTestService::loadOutcomes(std::string_view jsonText, std::string* erro
         return false;
     }
     std::lock_guard lock(state_->mutex);
-    state_->outcomes.merge(outcomes);
+    for (const auto& [room, outcome] : outcomes) state_->outcomes[room] = outcome;
     return true;
 }
 
