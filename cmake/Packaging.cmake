@@ -12,6 +12,8 @@ set(CPACK_PACKAGE_CONTACT "LXHotelsFermo developers <fermo-sdk@lxhotels.com>")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
+# Debug information stays in the build tree, as in Debian's own -dbgsym split.
+set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://www.lxhotels.com/")
