@@ -4,10 +4,13 @@
 # fresh session folder in LXHF_CACHE_DIR; stops the service afterwards.
 # usage: with-sim.sh LXFERMO [sim options...] -- COMMAND [arguments...]
 set -euo pipefail
+usage() { echo "usage: with-sim.sh LXFERMO [sim options...] -- COMMAND [arguments...]" >&2; exit 2; }
+[ $# -ge 1 ] || usage
 lxfermo=$1
 shift
 sim_args=()
 while [ $# -gt 0 ] && [ "$1" != "--" ]; do sim_args+=("$1"); shift; done
+[ $# -ge 2 ] || usage
 shift
 work=$(mktemp -d)
 sim_pid=
@@ -23,6 +26,7 @@ for _ in $(seq 300); do
   kill -0 "$sim_pid" 2>/dev/null || { cat "$work/sim.out" >&2; exit 1; }
   sleep 0.1
 done
+grep -q "CA file:" "$work/sim.out" || { cat "$work/sim.out" >&2; echo "with-sim.sh: lxfermo sim did not start" >&2; exit 1; }
 value() { awk -v key="$1" 'index($0, key) { print $NF; exit }' "$work/sim.out"; }
 LXHF_API_BASE=$(value "API base:")
 LXHF_MICROSITE_BASE=$(value "microsite:")

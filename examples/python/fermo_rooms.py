@@ -89,6 +89,9 @@ class RoomsWindow(Gtk.ApplicationWindow):
     def _setup_row(self, _factory, item):
         row = Gtk.Box(spacing=12, margin_top=6, margin_bottom=6)
         row.append(Gtk.Label(xalign=0, hexpand=True))
+        button = Lxhf.OfferButton.new(None)  # given its room when the row is bound
+        button.connect("result", self._show_result)
+        row.append(button)
         item.set_child(row)
 
     def _bind_row(self, _factory, item):
@@ -96,14 +99,12 @@ class RoomsWindow(Gtk.ApplicationWindow):
         label = row.get_first_child()
         label.set_label(describe(offer))
         row.watch = offer.connect("notify::state", lambda o, _pspec: label.set_label(describe(o)))
-        button = Lxhf.OfferButton.new(offer.get_room())
-        button.connect("result", self._show_result)
-        row.append(button)
+        row.get_last_child().set_room(offer.get_room())
 
     def _unbind_row(self, _factory, item):
         offer, row = item.get_item(), item.get_child()
         offer.disconnect(row.watch)
-        row.remove(row.get_last_child())
+        row.get_last_child().set_room(None)
 
     def _show_result(self, _button, result, message):
         name = result.value_nick

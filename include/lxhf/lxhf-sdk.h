@@ -19,6 +19,10 @@ G_BEGIN_DECLS
  *
  * Call lxhf_sdk_configure() first: the library starts on the first other
  * call with the token and environment of that moment, and keeps them.
+ *
+ * Reach it through lxhf_sdk_get_default(). An instance made otherwise (a
+ * binding's bare constructor) drives the same library but has an offers
+ * model of its own.
  */
 #define LXHF_TYPE_SDK (lxhf_sdk_get_type())
 LXHF_API G_DECLARE_FINAL_TYPE(LxhfSdk, lxhf_sdk, LXHF, SDK, GObject)
@@ -86,7 +90,9 @@ LXHF_API void lxhf_sdk_refresh_cached_offers(LxhfSdk* self, LxhfRefresh refresh)
  * lxhf_sdk_get_offers:
  * @self: the library
  *
- * Every room handed in, in first-seen order, as #LxhfOffer items. A room's
+ * Every room handed in, in first-seen order, as #LxhfOffer items, whose
+ * rooms equal the ones handed in (lxhf_room_details_equal()) but are objects
+ * of their own. A room's
  * state change notifies on its item; "items-changed" is emitted when rooms
  * are added, and when the host replaced the list through the C++ API.
  *
@@ -100,8 +106,10 @@ LXHF_API GListModel* lxhf_sdk_get_offers(LxhfSdk* self);
  * @room: a room handed in
  * @error: return location for why there is no address
  *
- * For a web view of the host's own: the purchase page's address for @room,
- * from its latest signed full offer. Why there is none is also logged.
+ * The purchase page's address for @room, from its latest signed full
+ * offer; why there is none is also logged. #LxhfPurchasePage shows it with
+ * the page's script bridge; a web view of the host's own needs the bridge
+ * of the C++ API (LXPurchasePage.h) as well.
  *
  * Returns: (transfer full) (nullable): the address, or %NULL with @error set
  */

@@ -17,7 +17,7 @@ G_BEGIN_DECLS
  */
 typedef enum {
   LXHF_ENVIRONMENT_PRODUCTION,
-  LXHF_ENVIRONMENT_STAGING,
+  LXHF_ENVIRONMENT_STAGING
 } LxhfEnvironment;
 
 /**
@@ -29,7 +29,7 @@ typedef enum {
  */
 typedef enum {
   LXHF_REFRESH_ALL,
-  LXHF_REFRESH_ERRORS_ONLY,
+  LXHF_REFRESH_ERRORS_ONLY
 } LxhfRefresh;
 
 /**
@@ -45,7 +45,7 @@ typedef enum {
   LXHF_OFFER_STATE_LOADING,
   LXHF_OFFER_STATE_AVAILABLE,
   LXHF_OFFER_STATE_UNAVAILABLE,
-  LXHF_OFFER_STATE_ERROR,
+  LXHF_OFFER_STATE_ERROR
 } LxhfOfferState;
 
 /**
@@ -64,7 +64,7 @@ typedef enum {
   LXHF_PURCHASE_RESULT_PURCHASED,
   LXHF_PURCHASE_RESULT_CANCELLED,
   LXHF_PURCHASE_RESULT_INVALID,
-  LXHF_PURCHASE_RESULT_ERROR,
+  LXHF_PURCHASE_RESULT_ERROR
 } LxhfPurchaseResult;
 
 /**
@@ -83,7 +83,7 @@ typedef enum {
   LXHF_ERROR_NO_RESPONSE,
   LXHF_ERROR_NOT_SIGNED_FULL_OFFER,
   LXHF_ERROR_UNENCODABLE,
-  LXHF_ERROR_ENDPOINTS_REFUSED,
+  LXHF_ERROR_ENDPOINTS_REFUSED
 } LxhfError;
 
 /**
@@ -94,6 +94,8 @@ typedef enum {
 #define LXHF_ERROR (lxhf_error_quark())
 LXHF_API GQuark lxhf_error_quark(void);
 
+#define LXHF_TYPE_ERROR (lxhf_error_get_type())
+LXHF_API GType lxhf_error_get_type(void);
 #define LXHF_TYPE_ENVIRONMENT (lxhf_environment_get_type())
 LXHF_API GType lxhf_environment_get_type(void);
 #define LXHF_TYPE_REFRESH (lxhf_refresh_get_type())

@@ -25,17 +25,24 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfOfferButton, lxhf_offer_button, LXHF, OFFER_BU
 
 /**
  * lxhf_offer_button_new:
- * @room: the room to follow
+ * @room: (nullable): the room to follow, or %NULL to set one later
  *
  * Returns: the new button
  */
 LXHF_API GtkWidget* lxhf_offer_button_new(LxhfRoomDetails* room);
 
 /**
+ * lxhf_offer_button_set_room:
+ * @self: an offer button
+ * @room: (nullable): the room to follow from now on, or %NULL for none
+ */
+LXHF_API void lxhf_offer_button_set_room(LxhfOfferButton* self, LxhfRoomDetails* room);
+
+/**
  * lxhf_offer_button_get_room:
  * @self: an offer button
  *
- * Returns: (transfer none): the room it follows
+ * Returns: (transfer none) (nullable): the room it follows
  */
 LXHF_API LxhfRoomDetails* lxhf_offer_button_get_room(LxhfOfferButton* self);
 
@@ -43,7 +50,8 @@ LXHF_API LxhfRoomDetails* lxhf_offer_button_get_room(LxhfOfferButton* self);
  * lxhf_offer_button_get_state:
  * @self: an offer button
  *
- * Returns: the state of the offer it shows
+ * Returns: the state of the offer it shows; "notify::state" follows a
+ *   change once the new button is in place
  */
 LXHF_API LxhfOfferState lxhf_offer_button_get_state(LxhfOfferButton* self);
 

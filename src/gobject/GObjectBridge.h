@@ -15,6 +15,9 @@
 namespace lxhf::gobject {
 
 LxhfRoomDetails* roomDetailsNew(LXRoomDetails room);
+// Whether `room` is a room details object with a room in it; one a binding
+// made with its bare constructor has none.
+bool holdsRoom(LxhfRoomDetails* room);
 const LXRoomDetails& roomOf(LxhfRoomDetails* room);
 
 LxhfOffer* offerNew(const LXFermoOffer& offer);
@@ -28,6 +31,11 @@ LxhfOfferState stateOf(const LXFermoOfferState& state);
 LxhfPurchaseResult resultOf(const LXFermoPurchaseResult& result);
 // The error's message, or nothing for any other result.
 const char* messageOf(const LXFermoPurchaseResult& result);
+
+// For g_return checks: text that is there and UTF-8.
+bool validText(const char* text);
+// The same, for text that may be NULL.
+bool validOptionalText(const char* text);
 
 // A C++ value kept in a GObject's instance struct, which GLib allocates
 // zeroed: built in instance_init, destroyed in finalize.

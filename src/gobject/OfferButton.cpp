@@ -10,8 +10,10 @@
 
 struct _LxhfOfferButton {
     GtkWidget parent_instance;
-    LxhfRoomDetails* room;
+    LxhfRoomDetails* room;  // nullable
     LxhfOfferState state;
+    LxhfOfferState notifiedState;  // what "notify::state" last announced
+    guint stateNotice;  // idle source announcing a new state, or 0
     std::array<std::string, 4> labels;  // by LxhfOfferState
     GtkWidget* button;  // the current GtkButton, owned by the wrapper; cleared by a weak pointer
 };
@@ -33,19 +35,46 @@ void track(LxhfOfferButton* self, GtkWidget* button) {
     if (button) g_object_add_weak_pointer(G_OBJECT(button), reinterpret_cast<gpointer*>(&self->button));
 }
 
-// The wrapper is this widget's only child; it and everything it calls back
-// go when the child is unparented in dispose, so `self` is never stale.
+// Announced from an idle, once the wrapper has put the new button in place:
+// a handler then sees the button it is told about, never one mid-rebuild.
+void announceState(LxhfOfferButton* self, LxhfOfferState state) {
+    self->state = state;
+    if (self->stateNotice || state == self->notifiedState) return;
+    self->stateNotice = g_idle_add_full(
+        G_PRIORITY_DEFAULT,
+        [](gpointer data) -> gboolean {
+            auto* button = static_cast<LxhfOfferButton*>(data);
+            button->stateNotice = 0;
+            if (button->state != button->notifiedState) {
+                button->notifiedState = button->state;
+                g_object_notify_by_pspec(G_OBJECT(button), properties[PROP_STATE]);
+            }
+            return G_SOURCE_REMOVE;
+        },
+        g_object_ref(self), g_object_unref);
+}
+
+// Ends the wrapper for good: disposing it silences its subscription and
+// callbacks even if something else still holds a reference to it.
+void detachWrapper(LxhfOfferButton* self) {
+    track(self, nullptr);
+    while (GtkWidget* child = gtk_widget_get_first_child(GTK_WIDGET(self))) {
+        g_object_ref(child);
+        gtk_widget_unparent(child);
+        g_object_run_dispose(G_OBJECT(child));
+        g_object_unref(child);
+    }
+}
+
+// The wrapper is this widget's only child; its callbacks hold `self` plainly
+// because detachWrapper ends them before `self` goes.
 void attachWrapper(LxhfOfferButton* self) {
     auto label = LXFermoButtonWrapper::labelledButton(
         [self](const LXFermoOffer& offer) { return self->labels[stateOf(offer.state)]; });
     auto factory = [self, label](const LXFermoOffer& offer, std::function<void()> action) {
         GtkWidget* button = label(offer, std::move(action));
         track(self, button);
-        const LxhfOfferState state = stateOf(offer.state);
-        if (state != self->state) {
-            self->state = state;
-            g_object_notify_by_pspec(G_OBJECT(self), properties[PROP_STATE]);
-        }
+        announceState(self, stateOf(offer.state));
         return button;
     };
     auto onResult = [self](const LXFermoPurchaseResult& result) {
@@ -57,18 +86,9 @@ void attachWrapper(LxhfOfferButton* self) {
 
 }  // namespace
 
-static void lxhf_offer_button_constructed(GObject* object) {
-    G_OBJECT_CLASS(lxhf_offer_button_parent_class)->constructed(object);
-    auto* self = LXHF_OFFER_BUTTON(object);
-    if (self->room)
-        attachWrapper(self);
-    else
-        g_critical("LxhfOfferButton needs a room; it stays empty");
-}
-
 static void lxhf_offer_button_set_property(GObject* object, guint id, const GValue* value, GParamSpec* param) {
     if (id == PROP_ROOM)
-        LXHF_OFFER_BUTTON(object)->room = LXHF_ROOM_DETAILS(g_value_dup_object(value));
+        lxhf_offer_button_set_room(LXHF_OFFER_BUTTON(object), LXHF_ROOM_DETAILS(g_value_get_object(value)));
     else
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
 }
@@ -84,8 +104,7 @@ static void lxhf_offer_button_get_property(GObject* object, guint id, GValue* va
 
 static void lxhf_offer_button_dispose(GObject* object) {
     auto* self = LXHF_OFFER_BUTTON(object);
-    track(self, nullptr);
-    while (GtkWidget* child = gtk_widget_get_first_child(GTK_WIDGET(self))) gtk_widget_unparent(child);
+    detachWrapper(self);
     g_clear_object(&self->room);
     G_OBJECT_CLASS(lxhf_offer_button_parent_class)->dispose(object);
 }
@@ -97,21 +116,22 @@ static void lxhf_offer_button_finalize(GObject* object) {
 
 static void lxhf_offer_button_class_init(LxhfOfferButtonClass* klass) {
     auto* object = G_OBJECT_CLASS(klass);
-    object->constructed = lxhf_offer_button_constructed;
     object->set_property = lxhf_offer_button_set_property;
     object->get_property = lxhf_offer_button_get_property;
     object->dispose = lxhf_offer_button_dispose;
     object->finalize = lxhf_offer_button_finalize;
     gtk_widget_class_set_layout_manager_type(GTK_WIDGET_CLASS(klass), GTK_TYPE_BIN_LAYOUT);
+    gtk_widget_class_set_css_name(GTK_WIDGET_CLASS(klass), "lxhfofferbutton");
 
     /**
      * LxhfOfferButton:room:
      *
-     * The room the button follows.
+     * The room the button follows, or %NULL for an empty button. Setting
+     * another room starts over for it, as a recycled list row needs.
      */
     properties[PROP_ROOM] = g_param_spec_object(
         "room", nullptr, nullptr, LXHF_TYPE_ROOM_DETAILS,
-        static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_CONSTRUCT_ONLY | G_PARAM_STATIC_STRINGS));
+        static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | G_PARAM_EXPLICIT_NOTIFY));
     /**
      * LxhfOfferButton:state:
      *
@@ -142,8 +162,19 @@ static void lxhf_offer_button_init(LxhfOfferButton* self) {
 }
 
 GtkWidget* lxhf_offer_button_new(LxhfRoomDetails* room) {
-    g_return_val_if_fail(LXHF_IS_ROOM_DETAILS(room), nullptr);
+    g_return_val_if_fail(room == nullptr || holdsRoom(room), nullptr);
     return GTK_WIDGET(g_object_new(LXHF_TYPE_OFFER_BUTTON, "room", room, nullptr));
+}
+
+void lxhf_offer_button_set_room(LxhfOfferButton* self, LxhfRoomDetails* room) {
+    g_return_if_fail(LXHF_IS_OFFER_BUTTON(self));
+    g_return_if_fail(room == nullptr || holdsRoom(room));
+    if (room == self->room) return;
+    detachWrapper(self);
+    g_set_object(&self->room, room);
+    announceState(self, LXHF_OFFER_STATE_LOADING);
+    if (room) attachWrapper(self);
+    g_object_notify_by_pspec(G_OBJECT(self), properties[PROP_ROOM]);
 }
 
 LxhfRoomDetails* lxhf_offer_button_get_room(LxhfOfferButton* self) {
@@ -157,7 +188,7 @@ LxhfOfferState lxhf_offer_button_get_state(LxhfOfferButton* self) {
 }
 
 void lxhf_offer_button_set_label(LxhfOfferButton* self, LxhfOfferState state, const char* label) {
-    g_return_if_fail(LXHF_IS_OFFER_BUTTON(self) && label != nullptr);
+    g_return_if_fail(LXHF_IS_OFFER_BUTTON(self) && validText(label));
     g_return_if_fail(state >= LXHF_OFFER_STATE_LOADING && state <= LXHF_OFFER_STATE_ERROR);
     self->labels[state] = label;
     if (state == self->state && GTK_IS_BUTTON(self->button)) gtk_button_set_label(GTK_BUTTON(self->button), label);

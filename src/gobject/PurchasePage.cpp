@@ -11,6 +11,7 @@ struct _LxhfPurchasePage {
     GObject parent_instance;
     GtkWindow* window;  // while the page is up
     bool finished;
+    bool purchased;  // a purchase is what the page ends with, whatever it says after
     LxhfPurchaseResult last;
     std::optional<std::string> lastMessage;
 };
@@ -41,8 +42,9 @@ static void lxhf_purchase_page_class_init(LxhfPurchasePageClass* klass) {
     /**
      * LxhfPurchasePage::finished:
      * @self: the page
-     * @result: the last result the page reported, or
-     *   %LXHF_PURCHASE_RESULT_NONE when it reported none
+     * @result: %LXHF_PURCHASE_RESULT_PURCHASED once the page reported a
+     *   purchase (it closes itself after one); otherwise the last result it
+     *   reported, or %LXHF_PURCHASE_RESULT_NONE when it reported none
      * @message: (nullable): why, for %LXHF_PURCHASE_RESULT_ERROR
      *
      * Emitted once, when the page's window has gone, however it was closed.
@@ -59,18 +61,25 @@ static void lxhf_purchase_page_init(LxhfPurchasePage* self) {
 namespace {
 
 void report(LxhfPurchasePage* self, const LXFermoPurchaseResult& result) {
-    self->last = lxhf::gobject::resultOf(result);
+    const LxhfPurchaseResult kind = lxhf::gobject::resultOf(result);
     const char* message = lxhf::gobject::messageOf(result);
-    self->lastMessage = message ? std::optional<std::string>(message) : std::nullopt;
-    g_signal_emit(self, signals[SIGNAL_RESULT], 0, self->last, message);
+    self->purchased = self->purchased || kind == LXHF_PURCHASE_RESULT_PURCHASED;
+    if (!self->purchased) {
+        self->last = kind;
+        self->lastMessage = message ? std::optional<std::string>(message) : std::nullopt;
+    }
+    g_signal_emit(self, signals[SIGNAL_RESULT], 0, kind, message);
 }
 
 // Drops the reference the page held on itself while its window was up.
 void finish(LxhfPurchasePage* self) {
     self->finished = true;
     self->window = nullptr;
-    g_signal_emit(self, signals[SIGNAL_FINISHED], 0, self->last,
-                  self->lastMessage ? self->lastMessage->c_str() : nullptr);
+    if (self->purchased)
+        g_signal_emit(self, signals[SIGNAL_FINISHED], 0, LXHF_PURCHASE_RESULT_PURCHASED, nullptr);
+    else
+        g_signal_emit(self, signals[SIGNAL_FINISHED], 0, self->last,
+                      self->lastMessage ? self->lastMessage->c_str() : nullptr);
     g_object_unref(self);
 }
 
@@ -78,7 +87,7 @@ void finish(LxhfPurchasePage* self) {
 
 LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoomDetails* room) {
     g_return_val_if_fail(parent == nullptr || GTK_IS_WINDOW(parent), nullptr);
-    g_return_val_if_fail(LXHF_IS_ROOM_DETAILS(room), nullptr);
+    g_return_val_if_fail(lxhf::gobject::holdsRoom(room), nullptr);
     auto* self = static_cast<LxhfPurchasePage*>(g_object_new(LXHF_TYPE_PURCHASE_PAGE, nullptr));
     std::optional<std::string> url;
     // Why there is no address is logged by the library; the page says so.

@@ -4,7 +4,7 @@
 
 struct _LxhfRoomDetails {
     GObject parent_instance;
-    std::optional<LXRoomDetails> room;  // set right after construction
+    std::optional<LXRoomDetails> room;  // absent only in an object made without JSON
 };
 
 G_DEFINE_FINAL_TYPE(LxhfRoomDetails, lxhf_room_details, G_TYPE_OBJECT)
@@ -28,6 +28,8 @@ LxhfRoomDetails* roomDetailsNew(LXRoomDetails room) {
     return self;
 }
 
+bool holdsRoom(LxhfRoomDetails* room) { return LXHF_IS_ROOM_DETAILS(room) && room->room.has_value(); }
+
 const LXRoomDetails& roomOf(LxhfRoomDetails* room) { return *room->room; }
 
 }  // namespace lxhf::gobject
@@ -44,17 +46,17 @@ LxhfRoomDetails* lxhf_room_details_new_from_json(const char* json, GError** erro
 }
 
 char* lxhf_room_details_to_json(LxhfRoomDetails* self) {
-    g_return_val_if_fail(LXHF_IS_ROOM_DETAILS(self), nullptr);
+    g_return_val_if_fail(lxhf::gobject::holdsRoom(self), nullptr);
     return g_strdup(self->room->toJSON().c_str());
 }
 
 gboolean lxhf_room_details_equal(LxhfRoomDetails* self, LxhfRoomDetails* other) {
-    g_return_val_if_fail(LXHF_IS_ROOM_DETAILS(self) && LXHF_IS_ROOM_DETAILS(other), FALSE);
+    g_return_val_if_fail(lxhf::gobject::holdsRoom(self) && lxhf::gobject::holdsRoom(other), FALSE);
     return *self->room == *other->room;
 }
 
 guint lxhf_room_details_hash(LxhfRoomDetails* self) {
-    g_return_val_if_fail(LXHF_IS_ROOM_DETAILS(self), 0);
+    g_return_val_if_fail(lxhf::gobject::holdsRoom(self), 0);
     const std::size_t hash = self->room->hashValue();
     return static_cast<guint>(hash ^ (hash >> 32));
 }
@@ -62,7 +64,7 @@ guint lxhf_room_details_hash(LxhfRoomDetails* self) {
 // Every getter reads one text field of the room.
 #define LXHF_ROOM_TEXT(name, expression)                          \
     const char* lxhf_room_details_get_##name(LxhfRoomDetails* self) { \
-        g_return_val_if_fail(LXHF_IS_ROOM_DETAILS(self), nullptr);     \
+        g_return_val_if_fail(lxhf::gobject::holdsRoom(self), nullptr);     \
         const LXRoomDetails& room = *self->room;                      \
         return (expression).c_str();                                  \
     }
@@ -77,7 +79,7 @@ LXHF_ROOM_TEXT(room_name, room.room().name)
 LXHF_ROOM_TEXT(price, room.room().price)
 
 const char* lxhf_room_details_get_user_id(LxhfRoomDetails* self) {
-    g_return_val_if_fail(LXHF_IS_ROOM_DETAILS(self), nullptr);
+    g_return_val_if_fail(lxhf::gobject::holdsRoom(self), nullptr);
     const auto& userId = self->room->userId();
     return userId ? userId->c_str() : nullptr;
 }

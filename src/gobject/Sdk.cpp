@@ -10,6 +10,8 @@ struct _LxhfSdk {
     GListModel* offers;  // made on first use, so the library starts no earlier than the host asks
 };
 
+using namespace lxhf::gobject;
+
 G_DEFINE_FINAL_TYPE(LxhfSdk, lxhf_sdk, G_TYPE_OBJECT)
 
 static void lxhf_sdk_class_init(LxhfSdkClass*) {}
@@ -40,7 +42,7 @@ LxhfSdk* lxhf_sdk_get_default(void) {
 }
 
 void lxhf_sdk_configure(LxhfSdk* self, const char* token, LxhfEnvironment environment) {
-    g_return_if_fail(LXHF_IS_SDK(self) && token != nullptr);
+    g_return_if_fail(LXHF_IS_SDK(self) && validText(token));
     self->sdk->configure(token, environment == LXHF_ENVIRONMENT_STAGING ? LXEnvironmentType::staging
                                                                           : LXEnvironmentType::production);
 }
@@ -49,6 +51,9 @@ gboolean lxhf_sdk_set_endpoints(LxhfSdk* self, const char* api_base, const char*
                                 const char* intake_url, const char* ca_file, const char* cache_directory,
                                 GError** error) {
     g_return_val_if_fail(LXHF_IS_SDK(self), FALSE);
+    g_return_val_if_fail(validOptionalText(api_base) && validOptionalText(microsite_base) &&
+                             validOptionalText(intake_url),
+                         FALSE);
     g_return_val_if_fail(error == nullptr || *error == nullptr, FALSE);
     LXEndpoints endpoints;
     endpoints.apiBase = optionalText(api_base);
@@ -63,7 +68,7 @@ gboolean lxhf_sdk_set_endpoints(LxhfSdk* self, const char* api_base, const char*
 }
 
 void lxhf_sdk_update_user(LxhfSdk* self, const char* user_id) {
-    g_return_if_fail(LXHF_IS_SDK(self));
+    g_return_if_fail(LXHF_IS_SDK(self) && validOptionalText(user_id));
     self->sdk->updateUser(optionalText(user_id));
 }
 
@@ -72,8 +77,8 @@ void lxhf_sdk_cache_offers(LxhfSdk* self, LxhfRoomDetails** rooms, gsize n_rooms
     std::vector<LXRoomDetails> list;
     list.reserve(n_rooms);
     for (gsize i = 0; i < n_rooms; ++i) {
-        g_return_if_fail(LXHF_IS_ROOM_DETAILS(rooms[i]));
-        list.push_back(lxhf::gobject::roomOf(rooms[i]));
+        g_return_if_fail(holdsRoom(rooms[i]));
+        list.push_back(roomOf(rooms[i]));
     }
     self->sdk->cacheOffers(list);
 }
@@ -85,14 +90,14 @@ void lxhf_sdk_refresh_cached_offers(LxhfSdk* self, LxhfRefresh refresh) {
 
 GListModel* lxhf_sdk_get_offers(LxhfSdk* self) {
     g_return_val_if_fail(LXHF_IS_SDK(self), nullptr);
-    if (!self->offers) self->offers = lxhf::gobject::offerListNew(*self->sdk);
+    if (!self->offers) self->offers = offerListNew(*self->sdk);
     return self->offers;
 }
 
 char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError** error) {
-    g_return_val_if_fail(LXHF_IS_SDK(self) && LXHF_IS_ROOM_DETAILS(room), nullptr);
+    g_return_val_if_fail(LXHF_IS_SDK(self) && holdsRoom(room), nullptr);
     g_return_val_if_fail(error == nullptr || *error == nullptr, nullptr);
-    auto address = self->sdk->purchaseAddress(lxhf::gobject::roomOf(room));
+    auto address = self->sdk->purchaseAddress(roomOf(room));
     if (address) return g_strdup(address.value().c_str());
     const auto& missing = address.error();
     g_set_error_literal(error, LXHF_ERROR, errorFor(missing.reason),
@@ -101,8 +106,8 @@ char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError
 }
 
 void lxhf_sdk_report_shown(LxhfSdk* self, LxhfRoomDetails* room) {
-    g_return_if_fail(LXHF_IS_SDK(self) && LXHF_IS_ROOM_DETAILS(room));
-    self->sdk->reportShown(lxhf::gobject::roomOf(room));
+    g_return_if_fail(LXHF_IS_SDK(self) && holdsRoom(room));
+    self->sdk->reportShown(roomOf(room));
 }
 
 void lxhf_sdk_application_will_terminate(LxhfSdk* self) {

@@ -2,6 +2,13 @@
 
 G_DEFINE_QUARK(lxhf-error-quark, lxhf_error)
 
+G_DEFINE_ENUM_TYPE(LxhfError, lxhf_error,
+                   G_DEFINE_ENUM_VALUE(LXHF_ERROR_INVALID_ROOM, "invalid-room"),
+                   G_DEFINE_ENUM_VALUE(LXHF_ERROR_NO_RESPONSE, "no-response"),
+                   G_DEFINE_ENUM_VALUE(LXHF_ERROR_NOT_SIGNED_FULL_OFFER, "not-signed-full-offer"),
+                   G_DEFINE_ENUM_VALUE(LXHF_ERROR_UNENCODABLE, "unencodable"),
+                   G_DEFINE_ENUM_VALUE(LXHF_ERROR_ENDPOINTS_REFUSED, "endpoints-refused"))
+
 G_DEFINE_ENUM_TYPE(LxhfEnvironment, lxhf_environment,
                    G_DEFINE_ENUM_VALUE(LXHF_ENVIRONMENT_PRODUCTION, "production"),
                    G_DEFINE_ENUM_VALUE(LXHF_ENVIRONMENT_STAGING, "staging"))
@@ -24,6 +31,10 @@ G_DEFINE_ENUM_TYPE(LxhfPurchaseResult, lxhf_purchase_result,
                    G_DEFINE_ENUM_VALUE(LXHF_PURCHASE_RESULT_ERROR, "error"))
 
 namespace lxhf::gobject {
+
+bool validText(const char* text) { return text && g_utf8_validate(text, -1, nullptr); }
+
+bool validOptionalText(const char* text) { return !text || validText(text); }
 
 LxhfOfferState stateOf(const LXFermoOfferState& state) {
     switch (state.kind()) {
