@@ -24,6 +24,15 @@ typedef struct _GApplication GApplication;
 // thread that first used it; nothing here blocks, and every failure stays
 // inside (logged, or shown as a room's error state).
 //
+// Threads: the library notes the thread of the first call. A call from any
+// other thread logs one GLib critical naming the call and returns at once,
+// changing nothing: false, nothing, an empty list or an error, as its type
+// allows. Calls made while the process exits (a host's static destructor or
+// atexit handler) return the same way, silently.
+//
+// Callbacks: any call here may be made from inside any of the library's
+// callbacks (see LXPublisher for what a subscriber then sees).
+//
 // Call configure() first: the engine is made on the first other call from
 // the token and environment of that moment, and kept for the process.
 class LXHF_EXPORT LXHotelsFermoSDK {
@@ -75,6 +84,11 @@ public:
     // connectApplicationShutdown() do it on the application's "shutdown".
     void applicationWillTerminate();
     void connectApplicationShutdown(GApplication* application);
+
+    // For layers built over this API (the widgets, the GObject API): true on
+    // the library's thread; elsewhere logs the critical naming `call`, as a
+    // call of this class would, and returns false.
+    bool admitsCall(std::string_view call);
 
     ~LXHotelsFermoSDK();
     LXHotelsFermoSDK(const LXHotelsFermoSDK&) = delete;

@@ -1,7 +1,5 @@
 #include "core/Facade.h"
 
-
-
 #include "platform/GLibBackgroundQueue.h"
 #include "platform/GLibMainQueue.h"
 #include "platform/GLibSystemLog.h"
@@ -68,45 +66,75 @@ LXHotelsFermoSDK& LXHotelsFermoSDK::shared() {
         sdk->impl_->loggerSlot = &lxhf::processLoggerSlot();
         return sdk.release();
     }();
+    // Made after everything the instance uses, so destroyed before it: from
+    // then on, calls from a host's exit handlers return at once.
+    static const struct ExitMark {
+        ~ExitMark() { lxhf::markProcessExiting(); }
+    } exitMark;
     return *instance;
 }
 
+bool LXHotelsFermoSDK::admitsCall(std::string_view call) { return impl_->callers.admits(call); }
+
 void LXHotelsFermoSDK::configure(std::string token, LXEnvironmentType environmentType) {
+    if (!admitsCall("LXHotelsFermoSDK::configure")) return;
     impl_->token = std::move(token);
     impl_->environmentType = environmentType;
 }
 
 bool LXHotelsFermoSDK::setEndpoints(LXEndpoints endpoints) {
+    if (!admitsCall("LXHotelsFermoSDK::setEndpoints")) return false;
     if (impl_->engine || !lxhf::usableEndpoints(endpoints)) return false;
     impl_->parts.overrides = std::move(endpoints);
     return true;
 }
 
-const LXEndpoints& LXHotelsFermoSDK::endpoints() const noexcept { return impl_->parts.overrides; }
+const LXEndpoints& LXHotelsFermoSDK::endpoints() const noexcept {
+    // Never destroyed, so a refusal's answer outlives every exit handler.
+    static const auto* const none = new LXEndpoints();
+    if (!impl_->callers.admits("LXHotelsFermoSDK::endpoints")) return *none;
+    return impl_->parts.overrides;
+}
 
-void LXHotelsFermoSDK::updateUser(std::optional<std::string> userId) { impl_->obtainEngine().updateUser(userId); }
+void LXHotelsFermoSDK::updateUser(std::optional<std::string> userId) {
+    if (admitsCall("LXHotelsFermoSDK::updateUser")) impl_->obtainEngine().updateUser(userId);
+}
 
-void LXHotelsFermoSDK::cacheOffers(const std::vector<LXRoomDetails>& rooms) { impl_->obtainEngine().cacheOffers(rooms); }
+void LXHotelsFermoSDK::cacheOffers(const std::vector<LXRoomDetails>& rooms) {
+    if (admitsCall("LXHotelsFermoSDK::cacheOffers")) impl_->obtainEngine().cacheOffers(rooms);
+}
 
-void LXHotelsFermoSDK::refreshCachedOffers(LXRefresh type) { impl_->obtainEngine().refresh(type); }
+void LXHotelsFermoSDK::refreshCachedOffers(LXRefresh type) {
+    if (admitsCall("LXHotelsFermoSDK::refreshCachedOffers")) impl_->obtainEngine().refresh(type);
+}
 
-const LXHotelsFermoSDK::Offers& LXHotelsFermoSDK::fermoOffers() const { return impl_->board.offers(); }
+const LXHotelsFermoSDK::Offers& LXHotelsFermoSDK::fermoOffers() const {
+    static const auto* const none = new Offers();
+    if (!impl_->callers.admits("LXHotelsFermoSDK::fermoOffers")) return *none;
+    return impl_->board.offers();
+}
 
 std::optional<std::size_t> LXHotelsFermoSDK::offerIndex(const LXRoomDetails& room) const {
+    if (!impl_->callers.admits("LXHotelsFermoSDK::offerIndex")) return std::nullopt;
     return impl_->board.indexOf(room);
 }
 
-void LXHotelsFermoSDK::setFermoOffers(Offers offers) { impl_->board.replaceAll(std::move(offers)); }
+void LXHotelsFermoSDK::setFermoOffers(Offers offers) {
+    if (admitsCall("LXHotelsFermoSDK::setFermoOffers")) impl_->board.replaceAll(std::move(offers));
+}
 
 LXSubscription LXHotelsFermoSDK::subscribeFermoOffers(std::function<void(const Offers&)> onChange) {
+    if (!admitsCall("LXHotelsFermoSDK::subscribeFermoOffers")) return {};
     return impl_->board.publisher().subscribe(std::move(onChange));
 }
 
 void LXHotelsFermoSDK::applicationWillTerminate() {
+    if (!admitsCall("LXHotelsFermoSDK::applicationWillTerminate")) return;
     if (impl_->engine) impl_->engine->removeStoredSession();
 }
 
 void LXHotelsFermoSDK::connectApplicationShutdown(GApplication* application) {
+    if (!admitsCall("LXHotelsFermoSDK::connectApplicationShutdown")) return;
     if (!application || impl_->application) return;
     impl_->application = G_APPLICATION(g_object_ref(application));
     impl_->shutdownHandler = g_signal_connect_swapped(

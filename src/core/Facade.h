@@ -10,6 +10,7 @@
 #include <gio/gio.h>
 
 #include "LXHotelsFermo/LXHotelsFermoSDK.h"
+#include "core/CallerCheck.h"
 #include "core/Engine.h"
 #include "core/Environment.h"
 #include "infra/LoggerSlot.h"
@@ -49,6 +50,7 @@ struct __attribute__((visibility("hidden"))) LXHotelsFermoSDK::Impl {
     static const Impl& of(const LXHotelsFermoSDK& sdk) { return *sdk.impl_; }
 
     lxhf::FacadeParts parts;
+    lxhf::CallerCheck callers;
     std::string token;
     LXEnvironmentType environmentType = LXEnvironmentType::staging;
     lxhf::OfferBoard board;

@@ -45,6 +45,8 @@ LXPurchasePageAction::Kind kindOf(const lxhf::BridgeAction& action) {
 }  // namespace
 
 LXResult<std::string, LXNoPurchaseAddress> LXHotelsFermoSDK::purchaseAddress(const LXRoomDetails& room) {
+    if (!admitsCall("LXHotelsFermoSDK::purchaseAddress"))
+        return LXNoPurchaseAddress{LXNoPurchaseAddress::Reason::noResponse, {}};
     const LXEnvironment environment = impl_->environment();
     lxhf::MicrositeAddressInputs inputs;
     inputs.endpoint = {environment.micrositeScheme, environment.micrositeHost, environment.micrositePath};
@@ -66,10 +68,12 @@ LXResult<std::string, LXNoPurchaseAddress> LXHotelsFermoSDK::purchaseAddress(con
 }
 
 std::uint64_t LXHotelsFermoSDK::offerResponseRevision(const LXRoomDetails& room) const {
+    if (!impl_->callers.admits("LXHotelsFermoSDK::offerResponseRevision")) return 0;
     return impl_->board.responseRevision(room);
 }
 
 void LXHotelsFermoSDK::reportShown(const LXRoomDetails& room) {
+    if (!admitsCall("LXHotelsFermoSDK::reportShown")) return;
     if (const LXOfferResponse* response = impl_->board.response(room))
         impl_->onShown(*response);
     else
@@ -77,6 +81,9 @@ void LXHotelsFermoSDK::reportShown(const LXRoomDetails& room) {
 }
 
 LXPurchasePageAction LXHotelsFermoSDK::pageMessage(std::string_view bodyJson, std::string_view handlerName) {
+    // Refused, the message asks nothing of the view.
+    if (!admitsCall("LXHotelsFermoSDK::pageMessage"))
+        return LXPurchasePageAction{LXPurchasePageAction::Kind::malformed, {}, false, false};
     const lxhf::BridgeAction action = lxhf::decodeBridgeMessage(handlerName, lxhf::readBridgeMessage(bodyJson));
     if (action.log) write(*impl_->loggerSlot, *action.log);
     return LXPurchasePageAction{kindOf(action), action.result, action.stopSpinner, action.dismiss};

@@ -43,6 +43,7 @@ LxhfSdk* lxhf_sdk_get_default(void) {
 
 void lxhf_sdk_configure(LxhfSdk* self, const char* token, LxhfEnvironment environment) {
     g_return_if_fail(LXHF_IS_SDK(self) && validText(token));
+    if (!self->sdk->admitsCall("lxhf_sdk_configure")) return;
     self->sdk->configure(token, environment == LXHF_ENVIRONMENT_STAGING ? LXEnvironmentType::staging
                                                                           : LXEnvironmentType::production);
 }
@@ -55,6 +56,7 @@ gboolean lxhf_sdk_set_endpoints(LxhfSdk* self, const char* api_base, const char*
                              validOptionalText(intake_url),
                          FALSE);
     g_return_val_if_fail(error == nullptr || *error == nullptr, FALSE);
+    if (!self->sdk->admitsCall("lxhf_sdk_set_endpoints")) return FALSE;
     LXEndpoints endpoints;
     endpoints.apiBase = optionalText(api_base);
     endpoints.micrositeBase = optionalText(microsite_base);
@@ -69,11 +71,13 @@ gboolean lxhf_sdk_set_endpoints(LxhfSdk* self, const char* api_base, const char*
 
 void lxhf_sdk_update_user(LxhfSdk* self, const char* user_id) {
     g_return_if_fail(LXHF_IS_SDK(self) && validOptionalText(user_id));
+    if (!self->sdk->admitsCall("lxhf_sdk_update_user")) return;
     self->sdk->updateUser(optionalText(user_id));
 }
 
 void lxhf_sdk_cache_offers(LxhfSdk* self, LxhfRoomDetails** rooms, gsize n_rooms) {
     g_return_if_fail(LXHF_IS_SDK(self) && (rooms != nullptr || n_rooms == 0));
+    if (!self->sdk->admitsCall("lxhf_sdk_cache_offers")) return;
     std::vector<LXRoomDetails> list;
     list.reserve(n_rooms);
     for (gsize i = 0; i < n_rooms; ++i) {
@@ -85,11 +89,13 @@ void lxhf_sdk_cache_offers(LxhfSdk* self, LxhfRoomDetails** rooms, gsize n_rooms
 
 void lxhf_sdk_refresh_cached_offers(LxhfSdk* self, LxhfRefresh refresh) {
     g_return_if_fail(LXHF_IS_SDK(self));
+    if (!self->sdk->admitsCall("lxhf_sdk_refresh_cached_offers")) return;
     self->sdk->refreshCachedOffers(refresh == LXHF_REFRESH_ERRORS_ONLY ? LXRefresh::errorsOnly : LXRefresh::all);
 }
 
 GListModel* lxhf_sdk_get_offers(LxhfSdk* self) {
     g_return_val_if_fail(LXHF_IS_SDK(self), nullptr);
+    if (!self->sdk->admitsCall("lxhf_sdk_get_offers")) return nullptr;
     if (!self->offers) self->offers = offerListNew(*self->sdk);
     return self->offers;
 }
@@ -97,6 +103,7 @@ GListModel* lxhf_sdk_get_offers(LxhfSdk* self) {
 char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError** error) {
     g_return_val_if_fail(LXHF_IS_SDK(self) && holdsRoom(room), nullptr);
     g_return_val_if_fail(error == nullptr || *error == nullptr, nullptr);
+    if (!self->sdk->admitsCall("lxhf_sdk_get_purchase_address")) return nullptr;
     auto address = self->sdk->purchaseAddress(roomOf(room));
     if (address) return g_strdup(address.value().c_str());
     const auto& missing = address.error();
@@ -107,15 +114,18 @@ char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError
 
 void lxhf_sdk_report_shown(LxhfSdk* self, LxhfRoomDetails* room) {
     g_return_if_fail(LXHF_IS_SDK(self) && holdsRoom(room));
+    if (!self->sdk->admitsCall("lxhf_sdk_report_shown")) return;
     self->sdk->reportShown(roomOf(room));
 }
 
 void lxhf_sdk_application_will_terminate(LxhfSdk* self) {
     g_return_if_fail(LXHF_IS_SDK(self));
+    if (!self->sdk->admitsCall("lxhf_sdk_application_will_terminate")) return;
     self->sdk->applicationWillTerminate();
 }
 
 void lxhf_sdk_connect_application_shutdown(LxhfSdk* self, GApplication* application) {
     g_return_if_fail(LXHF_IS_SDK(self) && G_IS_APPLICATION(application));
+    if (!self->sdk->admitsCall("lxhf_sdk_connect_application_shutdown")) return;
     self->sdk->connectApplicationShutdown(application);
 }

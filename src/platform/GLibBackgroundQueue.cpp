@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "platform/ThreadEnd.h"
+
 namespace lxhf {
 
 namespace {
@@ -15,6 +17,7 @@ struct Job {
     std::weak_ptr<GLibBackgroundQueue::Continuations> continuations;
     GMainContext* context;
     std::shared_ptr<std::atomic<std::uint64_t>> finishedJobs;  // orders one job's work after the last
+    std::shared_ptr<GLibBackgroundQueue::Outstanding> outstanding;
     std::atomic<bool> handedOver{false};
     std::atomic<bool> finished{false};
 };
@@ -51,6 +54,7 @@ void runJob(gpointer data, gpointer) {
     job->work = nullptr;
     job->finishedJobs->fetch_add(1, std::memory_order_acq_rel);
     job->finished.store(true, std::memory_order_release);
+    job->outstanding->finishOne();
     GSource* source = g_idle_source_new();
     g_source_set_priority(source, G_PRIORITY_DEFAULT);
     g_source_set_callback(source, runContinuation, job, deleteJob);
@@ -60,12 +64,31 @@ void runJob(gpointer data, gpointer) {
 
 }  // namespace
 
-GLibBackgroundQueue::GLibBackgroundQueue()
+void GLibBackgroundQueue::Outstanding::addOne() {
+    std::lock_guard<std::mutex> lock(mutex);
+    ++count;
+}
+
+void GLibBackgroundQueue::Outstanding::finishOne() {
+    std::lock_guard<std::mutex> lock(mutex);
+    if (--count == 0) drained.notify_all();
+}
+
+bool GLibBackgroundQueue::Outstanding::waitFor(std::chrono::milliseconds limit) {
+    std::unique_lock<std::mutex> lock(mutex);
+    return drained.wait_for(lock, limit, [this] { return count == 0; });
+}
+
+GLibBackgroundQueue::GLibBackgroundQueue(std::chrono::milliseconds stopLimit)
     : context_(g_main_context_ref_thread_default()), continuations_(std::make_shared<Continuations>()),
-      pool_(newPool()) {}
+      pool_(newPool()), stopLimit_(stopLimit) {}
 
 GLibBackgroundQueue::~GLibBackgroundQueue() {
-    g_thread_pool_free(pool_, FALSE, TRUE);
+    // Work already submitted still runs after this returns (the pool is
+    // freed once it drains); waiting for it, within the limit, is what keeps
+    // a session file written just before exit.
+    if (!outstanding_->waitFor(stopLimit_)) logThreadLeftRunning("the worker", stopLimit_);
+    g_thread_pool_free(pool_, FALSE, FALSE);
     g_main_context_unref(context_);
 }
 
@@ -78,7 +101,8 @@ GThreadPool* GLibBackgroundQueue::newPool() {
 void GLibBackgroundQueue::submit(std::function<void()> work, std::function<void()> then) {
     const std::uint64_t id = continuations_->nextId++;
     continuations_->waiting.emplace(id, std::move(then));
-    auto* job = new Job{std::move(work), id, continuations_, g_main_context_ref(context_), finishedJobs_};
+    auto* job = new Job{std::move(work), id, continuations_, g_main_context_ref(context_), finishedJobs_, outstanding_};
+    outstanding_->addOne();
     job->handedOver.store(true, std::memory_order_release);
     g_thread_pool_push(pool_, job, nullptr);
 }

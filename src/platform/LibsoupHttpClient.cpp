@@ -7,6 +7,9 @@
 #include <cmath>
 #include <vector>
 
+#include "platform/GioTypes.h"
+#include "platform/ThreadEnd.h"
+
 namespace lxhf {
 
 namespace {
@@ -71,6 +74,7 @@ struct LibsoupHttpClient::Network {
     std::optional<std::string> setupError;
     std::map<std::uint64_t, Exchange*> inFlight;
     bool stopping = false;
+    ThreadEnd end;
 
     ~Network() {
         g_main_loop_unref(loop);
@@ -242,6 +246,7 @@ gpointer runNetwork(gpointer data) {
     while (g_main_context_iteration(network.context, FALSE)) {
     }
     g_main_context_pop_thread_default(network.context);
+    if (network.end.markEnded()) delete &network;  // its client gave up waiting and left it to us
     return nullptr;
 }
 
@@ -344,13 +349,28 @@ LibsoupHttpClient::LibsoupHttpClient(std::optional<std::filesystem::path> caFile
         std::error_code ignored;
         network_->caFile = std::filesystem::absolute(*caFile, ignored);
     }
-    thread_ = g_thread_new("lxhf-http", runNetwork, network_.get());
+    ensureNetworkTypes();
+    thread_ = g_thread_new(kThreadName, runNetwork, network_.get());
 }
 
 LibsoupHttpClient::~LibsoupHttpClient() {
     waiting_->done.clear();
     runOn(network_->context, [network = network_.get()] { network->stop(); });
-    g_thread_join(thread_);
+    if (network_->end.waitFor(stopLimit_) || !network_->end.abandon()) {
+        g_thread_join(thread_);
+        return;
+    }
+    // A stuck thread must not freeze the host on its way out: it keeps what
+    // it uses and frees it when it ends; what it answers finds no one waiting.
+    logThreadLeftRunning(kThreadName, stopLimit_);
+    g_thread_unref(thread_);
+    (void)network_.release();
+}
+
+void LibsoupHttpClient::setStopLimit(std::chrono::milliseconds limit) { stopLimit_ = limit; }
+
+void LibsoupHttpClient::runOnNetworkThread(std::function<void()> work) {
+    runOn(network_->context, std::move(work));
 }
 
 int LibsoupHttpClient::connectionCount() const { return network_->connections; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -18,7 +19,14 @@ namespace lxhf {
 // milliseconds too, which the caller's main context must not wait for.
 // Answers arrive on the context that was thread-default at construction;
 // use the client on that context's thread only. Destroying the client
-// cancels what is in flight, and no `done` runs after.
+// cancels what is in flight, and no `done` runs after; it waits for the
+// thread at most the stop limit, then logs and leaves it running.
+//
+// Thread rule: the constructor calls ensureNetworkTypes() before the thread
+// starts, so the thread never registers a GIO or libsoup type that the
+// host's thread could be registering at the same moment (GLib's type
+// system can deadlock on that). Code added to the thread that needs a type
+// not made there yet must add it to ensureNetworkTypes().
 class LibsoupHttpClient final : public HttpClient {
 public:
     // With a CA file, certificates are checked against it instead of the
@@ -32,6 +40,11 @@ public:
     LibsoupHttpClient& operator=(const LibsoupHttpClient&) = delete;
 
     void send(HttpRequest request, std::function<void(HttpResult)> done) override;
+
+    static constexpr std::chrono::milliseconds kDefaultStopLimit{2000};
+    void setStopLimit(std::chrono::milliseconds limit);
+    // Tests: runs `work` on the network thread, as the client's own work runs.
+    void runOnNetworkThread(std::function<void()> work);
 
     // New connections and completed TLS handshakes since construction.
     int connectionCount() const;
@@ -48,6 +61,8 @@ private:
     std::shared_ptr<Waiting> waiting_;
     std::unique_ptr<Network> network_;
     GThread* thread_ = nullptr;
+    std::chrono::milliseconds stopLimit_ = kDefaultStopLimit;
+    static constexpr const char* kThreadName = "lxhf-http";
 };
 
 }  // namespace lxhf

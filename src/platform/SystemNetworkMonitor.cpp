@@ -5,6 +5,8 @@
 #include <optional>
 #include <utility>
 
+#include "platform/GioTypes.h"
+
 namespace lxhf {
 
 struct SystemNetworkMonitor::State {
@@ -74,6 +76,8 @@ SystemNetworkMonitor::SystemNetworkMonitor(MainQueue& queue, std::string apiHost
     state_->queue = &queue;
     state_->host = std::move(apiHost);
     state_->port = apiPort;
+    // Reachability checks resolve names on GIO's worker threads.
+    ensureNetworkTypes();
     state_->monitor = G_NETWORK_MONITOR(g_object_ref(g_network_monitor_get_default()));
 }
 

@@ -6,6 +6,7 @@ Expect g_return criticals from the bare room near the end.
 usage: with-sim.sh ... -- python3 offers_test.py EXAMPLE_DIR
 """
 
+import json
 import sys
 
 import gi
@@ -99,6 +100,31 @@ def main(example_dir):
     check(empty.get_room_id() is None, "a room without JSON has no fields")
     sdk.cache_offers([empty])
     check(model.get_n_items() == 3, "a room without JSON is not listed")
+
+    # A list that loads its next rows as the first ones arrive: the handler
+    # reads the new items and caches a room for each from inside
+    # items-changed, which the model follows after the handler returns.
+    def numbered(number):
+        fields = json.loads(rooms[0].to_json())
+        fields["room"]["id"] = f"MORE-{number}"
+        return Lxhf.RoomDetails.new_from_json(json.dumps(fields))
+
+    more = []
+
+    def load_more(_model, position, _removed, added):
+        for offer in (model.get_item(i) for i in range(position, position + added)):
+            check(offer.get_room().get_room_id(), "an item read inside items-changed has its room")
+            if len(more) < 20:
+                more.append(numbered(len(more)))
+                sdk.cache_offers([more[-1]])
+
+    handler = model.connect("items-changed", load_more)
+    sdk.cache_offers([numbered(100)])
+    model.disconnect(handler)
+    ids = [model.get_item(i).get_room().get_room_id() for i in range(model.get_n_items())]
+    check(ids[3:] == ["MORE-100"] + [f"MORE-{n}" for n in range(20)], f"each room once, in order; got {ids}")
+    wait_until(lambda: all(model.get_item(i).props.state != State.LOADING for i in range(model.get_n_items())),
+               "the rooms added from inside the handler leave loading")
     print("python test passed")
 
 

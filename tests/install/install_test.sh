@@ -59,6 +59,17 @@ if [ -e "$ui_lib" ]; then
   LD_LIBRARY_PATH="$libdir" "$work/pc-consumer-ui"
 fi
 
+step "a misusing host, built with AddressSanitizer and with ThreadSanitizer"
+# Callbacks that call back in, and calls from a second thread: the library
+# refuses or defers them, so neither sanitizer finds anything.
+for sanitizer in address thread; do
+  # shellcheck disable=SC2046
+  g++ -std=c++20 -g -fsanitize=$sanitizer "$source/consumer/misuse_main.cpp" -o "$work/misuse-$sanitizer" \
+    $(pkg-config --cflags --libs lxhotelsfermo)
+  LD_LIBRARY_PATH="$libdir" ASAN_OPTIONS=detect_leaks=0 TSAN_OPTIONS="ignore_noninstrumented_modules=1 halt_on_error=1 exitcode=66" \
+    "$work/misuse-$sanitizer" || fail "the misusing host failed under -fsanitize=$sanitizer"
+done
+
 if [ -e "$build/tools/lxfermo/lxfermo" ]; then
   step "the installed lxfermo starts"
   env -u LD_LIBRARY_PATH "$prefix/bin/lxfermo" --help >/dev/null || fail "the installed lxfermo does not start"

@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+
+#include <atomic>
 #include <libsoup/soup.h>
 
 #include <optional>
@@ -216,6 +218,22 @@ TEST(LibsoupHttpClient, DestroyingTheClientCancelsEverythingInFlight) {
     }
     test::runMainLoopFor(0.5);  // past the timeout that was pending
     EXPECT_EQ(hung.calls + early.calls + timed.calls, 0);
+
+    // A network thread that does not stop is left running after the limit,
+    // not waited for: the release comes only once the client is gone.
+    auto stuck = std::make_unique<LibsoupHttpClient>();
+    stuck->setStopLimit(std::chrono::milliseconds(50));
+    std::atomic<bool> release{false}, resumed{false};
+    stuck->runOnNetworkThread([&] {
+        while (!release) g_usleep(1000);
+        resumed = true;
+    });
+    stuck->send(request("POST", server.url("/echo")), early.callback());
+    stuck.reset();
+    release = true;
+    ASSERT_TRUE(test::runMainLoopUntil([&] { return resumed.load(); }));
+    test::runMainLoopFor(0.2);
+    EXPECT_EQ(early.calls, 0);
 }
 
 TEST(LibsoupHttpClient, UnreadableCaFileFailsEveryRequest) {

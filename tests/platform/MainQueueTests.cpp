@@ -124,6 +124,23 @@ TEST(GLibBackgroundQueue, DestructionFinishesSubmittedWorkAndDropsItsContinuatio
     EXPECT_EQ(finished.load(), 3);
     test::runMainLoopFor(0.05);
     EXPECT_FALSE(continued);
+
+    // Work that never ends holds the destruction up only as long as the
+    // limit: the release below comes after it, so waiting for ever would
+    // hang here.
+    std::atomic<bool> release{false}, stuckDone{false};
+    auto stuck = std::make_unique<GLibBackgroundQueue>(std::chrono::milliseconds(50));
+    stuck->submit(
+        [&] {
+            while (!release) g_usleep(1000);
+            stuckDone = true;
+        },
+        [&] { continued = true; });
+    stuck.reset();
+    release = true;
+    ASSERT_TRUE(test::runMainLoopUntil([&] { return stuckDone.load(); }));
+    test::runMainLoopFor(0.05);
+    EXPECT_FALSE(continued);
 }
 
 }  // namespace

@@ -32,6 +32,11 @@ LxfermoProcess::~LxfermoProcess() {
     g_object_unref(cancellable_);
 }
 
+std::string LxfermoProcess::pid() const {
+    const char* id = process_ ? g_subprocess_get_identifier(process_) : nullptr;
+    return id ? id : "";
+}
+
 void LxfermoProcess::send(const std::string& line) {
     const std::string text = line + "\n";
     if (process_)

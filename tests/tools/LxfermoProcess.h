@@ -23,6 +23,8 @@ public:
     LxfermoProcess& operator=(const LxfermoProcess&) = delete;
 
     bool started() const { return process_ != nullptr; }
+    // The child's process id, or empty when it did not start.
+    std::string pid() const;
     void send(const std::string& line);
     void send(const Json& command) { send(command.dump()); }
     void closeInput();

@@ -276,7 +276,38 @@ bool FermoTestService::start(std::string* error) {
     return false;
 }
 
+namespace {
+
+// The service's thread may serve while the process's main thread makes a
+// client's types, so, as the client does, it makes every type it will use
+// before its thread starts (GLib can deadlock on two threads making the
+// same types at once).
+void ensureServerTypes() {
+    GTlsBackend* backend = g_tls_backend_get_default();
+    const GType types[] = {SOUP_TYPE_SERVER,
+                           SOUP_TYPE_SERVER_MESSAGE,
+                           SOUP_TYPE_MESSAGE_HEADERS,
+                           G_TYPE_SOCKET_SERVICE,
+                           G_TYPE_SOCKET_LISTENER,
+                           G_TYPE_SOCKET,
+                           G_TYPE_SOCKET_CONNECTION,
+                           G_TYPE_TCP_CONNECTION,
+                           G_TYPE_INET_ADDRESS,
+                           G_TYPE_INET_SOCKET_ADDRESS,
+                           G_TYPE_TLS_CERTIFICATE,
+                           G_TYPE_TLS_SERVER_CONNECTION,
+                           G_TYPE_POLLABLE_INPUT_STREAM,
+                           G_TYPE_POLLABLE_OUTPUT_STREAM,
+                           g_tls_backend_get_certificate_type(backend),
+                           g_tls_backend_get_server_connection_type(backend)};
+    for (GType type : types)
+        if (G_TYPE_IS_CLASSED(type)) (void)g_type_class_ref(type);
+}
+
+}  // namespace
+
 bool FermoTestService::startOnOwnThread(std::string* error) {
+    ensureServerTypes();
     std::string reason;
     if (state_->server) {
         if (error) *error = "already started";
