@@ -52,7 +52,8 @@ public:
     void cacheOffers(const std::vector<LXRoomDetails>& rooms);
     void refreshCachedOffers(LXRefresh type);
 
-    // Every room handed in, in first-seen order, with its offer state.
+    // Every room handed in, in first-seen order, with its offer state. Valid
+    // until the next call that changes the list; copy it to keep it longer.
     const Offers& fermoOffers() const;
     // Where `room` stands in fermoOffers(), found through an index, not a scan.
     std::optional<std::size_t> offerIndex(const LXRoomDetails& room) const;
