@@ -233,7 +233,26 @@ TEST_F(ButtonWrapper, WithoutAResponseThePageSaysItCannotLoad) {
     EXPECT_EQ(pages().size(), 2u);
 }
 
-TEST_F(ButtonWrapper, APageLeavesNothingOnDiskThatHoldsTheTokenOrSession) {
+// Runs a script in the page; its value as text.
+std::string evaluate(WebKitWebView* view, const std::string& script) {
+    auto text = std::make_shared<std::optional<std::string>>();
+    webkit_web_view_evaluate_javascript(
+        view, script.c_str(), -1, nullptr, nullptr, nullptr,
+        [](GObject* source, GAsyncResult* result, gpointer data) {
+            std::unique_ptr<std::shared_ptr<std::optional<std::string>>> out(
+                static_cast<std::shared_ptr<std::optional<std::string>>*>(data));
+            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr);
+            char* str = value ? jsc_value_to_string(value) : g_strdup("(script failed)");
+            **out = str;
+            g_free(str);
+            if (value) g_object_unref(value);
+        },
+        new std::shared_ptr<std::optional<std::string>>(text));
+    EXPECT_TRUE(runMainLoopUntil([&] { return text->has_value(); }, kPatience));
+    return text->value_or("");
+}
+
+TEST_F(ButtonWrapper, TheServicePageShowsTheOfferPlainlyAndLeavesNothingOnDisk) {
     ASSERT_EQ(std::filesystem::path(g_get_user_cache_dir()), xdg->path() / "cache");
     service->setPurchaseScript(lxhf::testing::PurchaseScript::ready);
     const LXRoomDetails offered = makeRoom("E1", "hotel-e");
@@ -245,8 +264,14 @@ TEST_F(ButtonWrapper, APageLeavesNothingOnDiskThatHoldsTheTokenOrSession) {
     auto* page = ui::WebViewController::from(gtk_window_get_child(pages()[0]));
     ASSERT_TRUE(runMainLoopUntil([&] { return !page->spinnerSpinning(); }, kPatience));
     const std::string sessionId = service->requests("fermo_offers").at(0).header("LX-Session-ID").value_or("?");
-    gtk_window_close(pages()[0]);
+    // What the traveller reads, worked out from the address the library composed.
+    const std::string shown = evaluate(page->webView(), R"(['hotel', 'room', 'price', 'deposit', 'until']
+        .map(id => document.getElementById(id).textContent).join(' | '))");
+    EXPECT_THAT(shown, ::testing::MatchesRegex(R"(.+ \| .+ \| €[0-9.,]+ \| €[0-9.,]+ \| [A-Z][a-z]+ [0-9].*)")) << shown;
+    evaluate(page->webView(), "document.getElementById('hold').click(); 0");
     ASSERT_TRUE(runMainLoopUntil([&] { return !ends.empty(); }, kPatience));
+    EXPECT_THAT(results, ElementsAre(Kind::purchased, Kind::cancelled));
+    EXPECT_THAT(ends, ElementsAre(Kind::purchased));
     runMainLoopFor(2.0);  // WebKit writes its caches a little later
 
     std::vector<std::string> holders;
