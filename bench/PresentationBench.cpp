@@ -5,8 +5,8 @@
 
 #include "BenchRooms.h"
 #include "core/Environment.h"
-#include "presentation/BridgeMessage.h"
-#include "presentation/MicrositeAddress.h"
+#include "page/BridgeMessage.h"
+#include "page/MicrositeAddress.h"
 
 namespace lxhf::bench {
 namespace {

@@ -3,7 +3,7 @@
 // posted value's JSON text, read as the web view reads it.
 
 #include "FuzzCheck.h"
-#include "presentation/BridgeMessage.h"
+#include "page/BridgeMessage.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "FuzzCheck.h"
-#include "presentation/MicrositeAddress.h"
-#include "presentation/QueryBuilder.h"
+#include "page/MicrositeAddress.h"
+#include "page/QueryBuilder.h"
 
 namespace {
 

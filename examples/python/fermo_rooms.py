@@ -90,7 +90,7 @@ class RoomsWindow(Gtk.ApplicationWindow):
         row = Gtk.Box(spacing=12, margin_top=6, margin_bottom=6)
         row.append(Gtk.Label(xalign=0, hexpand=True))
         button = Lxhf.OfferButton.new(None)  # given its room when the row is bound
-        button.connect("result", self._show_result)
+        button.connect("finished", self._show_outcome)
         row.append(button)
         item.set_child(row)
 
@@ -106,9 +106,11 @@ class RoomsWindow(Gtk.ApplicationWindow):
         offer.disconnect(row.watch)
         row.get_last_child().set_room(None)
 
-    def _show_result(self, _button, result, message):
+    # The page's final outcome, not its last message: a purchase is followed by "cancelled"
+    # when the page closes itself, and "none" means the traveller closed the window.
+    def _show_outcome(self, _button, result, message):
         name = result.value_nick
-        self.status.set_label(f"The purchase page reported: {name}" + (f" ({message})" if message else ""))
+        self.status.set_label(f"The purchase page ended: {name}" + (f" ({message})" if message else ""))
 
 
 def main(argv):

@@ -2,8 +2,8 @@
 // included, needs to show the page for a room.
 
 #include "core/Facade.h"
-#include "presentation/BridgeMessage.h"
-#include "presentation/MicrositeAddress.h"
+#include "page/BridgeMessage.h"
+#include "page/MicrositeAddress.h"
 
 namespace {
 

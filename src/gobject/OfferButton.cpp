@@ -4,6 +4,7 @@
 #include "gobject/GObjectBridge.h"
 
 #include <array>
+#include <optional>
 #include <string>
 
 #include "LXHotelsFermo/ui/LXFermoButtonWrapper.h"
@@ -22,7 +23,7 @@ G_DEFINE_FINAL_TYPE(LxhfOfferButton, lxhf_offer_button, GTK_TYPE_WIDGET)
 
 enum { PROP_ROOM = 1, PROP_STATE, N_PROPS };
 static GParamSpec* properties[N_PROPS];
-enum { SIGNAL_RESULT, N_SIGNALS };
+enum { SIGNAL_RESULT, SIGNAL_FINISHED, N_SIGNALS };
 static guint signals[N_SIGNALS];
 
 namespace {
@@ -80,7 +81,13 @@ void attachWrapper(LxhfOfferButton* self) {
     auto onResult = [self](const LXFermoPurchaseResult& result) {
         g_signal_emit(self, signals[SIGNAL_RESULT], 0, resultOf(result), messageOf(result));
     };
-    GtkWidget* wrapper = LXFermoButtonWrapper::create(roomOf(self->room), onResult, factory);
+    auto onEnded = [self](const std::optional<LXFermoPurchaseResult>& outcome) {
+        if (outcome)
+            g_signal_emit(self, signals[SIGNAL_FINISHED], 0, resultOf(*outcome), messageOf(*outcome));
+        else
+            g_signal_emit(self, signals[SIGNAL_FINISHED], 0, LXHF_PURCHASE_RESULT_NONE, nullptr);
+    };
+    GtkWidget* wrapper = LXFermoButtonWrapper::create(roomOf(self->room), onResult, factory, onEnded);
     gtk_widget_set_parent(wrapper, GTK_WIDGET(self));
 }
 
@@ -153,6 +160,20 @@ static void lxhf_offer_button_class_init(LxhfOfferButtonClass* klass) {
      */
     signals[SIGNAL_RESULT] = g_signal_new("result", G_TYPE_FROM_CLASS(klass), G_SIGNAL_RUN_LAST, 0, nullptr, nullptr,
                                           nullptr, G_TYPE_NONE, 2, LXHF_TYPE_PURCHASE_RESULT, G_TYPE_STRING);
+    /**
+     * LxhfOfferButton::finished:
+     * @self: the button
+     * @result: what to show the traveller: %LXHF_PURCHASE_RESULT_PURCHASED
+     *   once the page reported a purchase, otherwise the cancellation or error
+     *   that ended it, or %LXHF_PURCHASE_RESULT_NONE when the traveller left
+     *   by the close button, Escape or the window manager
+     * @message: (nullable): why, for %LXHF_PURCHASE_RESULT_ERROR
+     *
+     * Emitted once for each page the button opened, when it has gone, as
+     * #LxhfPurchasePage::finished is.
+     */
+    signals[SIGNAL_FINISHED] = g_signal_new("finished", G_TYPE_FROM_CLASS(klass), G_SIGNAL_RUN_LAST, 0, nullptr,
+                                            nullptr, nullptr, G_TYPE_NONE, 2, LXHF_TYPE_PURCHASE_RESULT, G_TYPE_STRING);
 }
 
 static void lxhf_offer_button_init(LxhfOfferButton* self) {

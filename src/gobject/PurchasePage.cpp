@@ -11,9 +11,6 @@ struct _LxhfPurchasePage {
     GObject parent_instance;
     GtkWindow* window;  // while the page is up
     bool finished;
-    bool purchased;  // a purchase is what the page ends with, whatever it says after
-    LxhfPurchaseResult last;
-    std::optional<std::string> lastMessage;
 };
 
 G_DEFINE_FINAL_TYPE(LxhfPurchasePage, lxhf_purchase_page, G_TYPE_OBJECT)
@@ -21,13 +18,7 @@ G_DEFINE_FINAL_TYPE(LxhfPurchasePage, lxhf_purchase_page, G_TYPE_OBJECT)
 enum { SIGNAL_RESULT, SIGNAL_FINISHED, N_SIGNALS };
 static guint signals[N_SIGNALS];
 
-static void lxhf_purchase_page_finalize(GObject* object) {
-    lxhf::gobject::destroy(LXHF_PURCHASE_PAGE(object)->lastMessage);
-    G_OBJECT_CLASS(lxhf_purchase_page_parent_class)->finalize(object);
-}
-
 static void lxhf_purchase_page_class_init(LxhfPurchasePageClass* klass) {
-    G_OBJECT_CLASS(klass)->finalize = lxhf_purchase_page_finalize;
     /**
      * LxhfPurchasePage::result:
      * @self: the page
@@ -43,43 +34,35 @@ static void lxhf_purchase_page_class_init(LxhfPurchasePageClass* klass) {
      * LxhfPurchasePage::finished:
      * @self: the page
      * @result: %LXHF_PURCHASE_RESULT_PURCHASED once the page reported a
-     *   purchase (it closes itself after one); otherwise the last result it
-     *   reported, or %LXHF_PURCHASE_RESULT_NONE when it reported none
+     *   purchase (it closes itself after one); otherwise the cancellation or
+     *   error that ended it, or %LXHF_PURCHASE_RESULT_NONE when the traveller
+     *   left by the close button, Escape or the window manager
      * @message: (nullable): why, for %LXHF_PURCHASE_RESULT_ERROR
      *
-     * Emitted once, when the page's window has gone, however it was closed.
+     * Emitted once, when the page ends: its window closed, hidden or
+     * destroyed, whoever holds a reference to it.
      */
     signals[SIGNAL_FINISHED] = g_signal_new("finished", G_TYPE_FROM_CLASS(klass), G_SIGNAL_RUN_LAST, 0, nullptr,
                                             nullptr, nullptr, G_TYPE_NONE, 2, LXHF_TYPE_PURCHASE_RESULT, G_TYPE_STRING);
 }
 
-static void lxhf_purchase_page_init(LxhfPurchasePage* self) {
-    lxhf::gobject::construct(self->lastMessage);
-    self->last = LXHF_PURCHASE_RESULT_NONE;
-}
+static void lxhf_purchase_page_init(LxhfPurchasePage*) {}
 
 namespace {
 
 void report(LxhfPurchasePage* self, const LXFermoPurchaseResult& result) {
-    const LxhfPurchaseResult kind = lxhf::gobject::resultOf(result);
-    const char* message = lxhf::gobject::messageOf(result);
-    self->purchased = self->purchased || kind == LXHF_PURCHASE_RESULT_PURCHASED;
-    if (!self->purchased) {
-        self->last = kind;
-        self->lastMessage = message ? std::optional<std::string>(message) : std::nullopt;
-    }
-    g_signal_emit(self, signals[SIGNAL_RESULT], 0, kind, message);
+    g_signal_emit(self, signals[SIGNAL_RESULT], 0, lxhf::gobject::resultOf(result), lxhf::gobject::messageOf(result));
 }
 
 // Drops the reference the page held on itself while its window was up.
-void finish(LxhfPurchasePage* self) {
+void finish(LxhfPurchasePage* self, const std::optional<LXFermoPurchaseResult>& outcome) {
     self->finished = true;
     self->window = nullptr;
-    if (self->purchased)
-        g_signal_emit(self, signals[SIGNAL_FINISHED], 0, LXHF_PURCHASE_RESULT_PURCHASED, nullptr);
+    if (outcome)
+        g_signal_emit(self, signals[SIGNAL_FINISHED], 0, lxhf::gobject::resultOf(*outcome),
+                      lxhf::gobject::messageOf(*outcome));
     else
-        g_signal_emit(self, signals[SIGNAL_FINISHED], 0, self->last,
-                      self->lastMessage ? self->lastMessage->c_str() : nullptr);
+        g_signal_emit(self, signals[SIGNAL_FINISHED], 0, LXHF_PURCHASE_RESULT_NONE, nullptr);
     g_object_unref(self);
 }
 
@@ -94,9 +77,9 @@ LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoomDetails*
     if (auto address = LXHotelsFermoSDK::shared().purchaseAddress(lxhf::gobject::roomOf(room)))
         url = std::move(address).value();
     g_object_ref(self);
-    GtkWindow* window = LXPurchaseWindow::present(
+    GtkWindow* window = LXPurchaseWindow::presentWithOutcome(
         parent, std::move(url), [self](const LXFermoPurchaseResult& result) { report(self, result); },
-        [self] { finish(self); });
+        [self](const std::optional<LXFermoPurchaseResult>& outcome) { finish(self, outcome); });
     if (!self->finished) self->window = window;
     return self;
 }

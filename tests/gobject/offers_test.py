@@ -80,11 +80,14 @@ def main(example_dir):
     check(sorted(buttons) == ["AUR-101", "AUR-102", "MAR-201"], f"a button a row, got {sorted(buttons)}")
     button = buttons["AUR-101"]
     wait_until(lambda: button.props.state == State.AVAILABLE, "the button shows the offer's state")
-    results = []
+    results, ends = [], []
     button.connect("result", lambda _b, result, _message: results.append(result))
+    button.connect("finished", lambda _b, result, _message: ends.append(result))
     next(w for w in descendants(button) if isinstance(w, Gtk.Button)).emit("clicked")
     wait_until(lambda: len(results) == 2, "the page opened by the button reports twice")
     check(results == [Result.PURCHASED, Result.CANCELLED], f"purchased, then closed; got {results}")
+    wait_until(lambda: ends, "the page opened by the button finishes")
+    check(ends == [Result.PURCHASED], f"the button's page finishes purchased; got {ends}")
 
     finished = []
     page = Lxhf.PurchasePage.present(window, rooms[0])

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "presentation/BridgeMessage.h"
+#include "page/BridgeMessage.h"
 #include "support/HostileJson.h"
 
 namespace lxhf::test {

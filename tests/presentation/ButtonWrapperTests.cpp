@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 #include <webkit/webkit.h>
 
+#include <filesystem>
+#include <fstream>
+
 #include "LXHotelsFermo/ui/LXFermoButtonWrapper.h"
 #include "core/CoreTestSupport.h"
 #include "model/ErrorInfo.h"
@@ -26,12 +29,19 @@ std::string built(const std::string& tag, State state) { return tag + ":" + std:
 class ButtonWrapper : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
+        // Before WebKit reads them: whatever a page leaves on disk lands here.
+        xdg = new TempDir();
+        g_setenv("XDG_CACHE_HOME", (xdg->path() / "cache").c_str(), TRUE);
+        g_setenv("XDG_DATA_HOME", (xdg->path() / "data").c_str(), TRUE);
         if (!(hasDisplay = gtk_init_check())) return;
         service = new FermoTestService();
         std::string error;
         if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
     }
-    static void TearDownTestSuite() { delete service; }
+    static void TearDownTestSuite() {
+        delete service;
+        delete xdg;
+    }
 
     void SetUp() override {
         if (!hasDisplay) GTEST_SKIP() << "no display";
@@ -65,7 +75,10 @@ protected:
                 actions.push_back(std::move(action));
                 return lastButton = gtk_button_new_with_label("Book");
             },
-            *sdk);
+            [this](const std::optional<LXFermoPurchaseResult>& outcome) {
+                ends.push_back(outcome ? std::optional(outcome->kind()) : std::nullopt);
+            },
+            {}, *sdk);
     }
     GtkWidget* show(GtkWidget* wrapper) { return gtk_box_append(GTK_BOX(column), wrapper), wrapper; }
 
@@ -89,6 +102,7 @@ protected:
 
     static inline bool hasDisplay = false;
     static inline FermoTestService* service = nullptr;
+    static inline TempDir* xdg = nullptr;
     TempDir dir;
     std::unique_ptr<LXHotelsFermoSDK> sdk;
     GtkWindow* host = nullptr;
@@ -97,6 +111,7 @@ protected:
     std::vector<std::string> builds;
     std::vector<std::function<void()>> actions;
     std::vector<Kind> results;
+    std::vector<std::optional<Kind>> ends;  // each page's final outcome
     const LXRoomDetails room = makeRoom("A1", "hotel-a");
 };
 
@@ -165,9 +180,11 @@ TEST_F(ButtonWrapper, TheActionOpensOneSignedPurchasePageOverTheHostWindow) {
     EXPECT_TRUE(gtk_window_get_modal(pages()[0]));
     ASSERT_NE(ui::WebViewController::from(gtk_window_get_child(pages()[0])), nullptr);
 
-    // The page reports a purchase, then asks to close.
+    // The page reports a purchase, then asks to close: it ends purchased.
     ASSERT_TRUE(runMainLoopUntil([&] { return results.size() >= 2 && pages().empty(); }, kPatience));
     EXPECT_THAT(results, ElementsAre(Kind::purchased, Kind::cancelled));
+    ASSERT_TRUE(runMainLoopUntil([&] { return !ends.empty(); }, kPatience));
+    EXPECT_THAT(ends, ElementsAre(Kind::purchased));
     const auto loads = service->requests("/cloud/hotels/purchase");
     ASSERT_EQ(loads.size(), 1u);
     EXPECT_EQ(loads[0].queryValue("token"), "partner-token");
@@ -178,7 +195,16 @@ TEST_F(ButtonWrapper, TheActionOpensOneSignedPurchasePageOverTheHostWindow) {
     g_free(offer);
 
     actions[0]();  // closed again: a fresh page
+    ASSERT_EQ(pages().size(), 1u);
+    // The traveller leaves it while the host holds its window: it still ends, once.
+    GtkWindow* held = GTK_WINDOW(g_object_ref(pages()[0]));
+    gtk_window_close(held);
+    ASSERT_TRUE(runMainLoopUntil([&] { return ends.size() >= 2; }, kPatience));
+    actions[0]();
+    runMainLoopFor(0.2);
+    EXPECT_THAT(ends, ElementsAre(Kind::purchased, std::nullopt));
     EXPECT_EQ(pages().size(), 1u);
+    g_object_unref(held);
 }
 
 TEST_F(ButtonWrapper, WithoutAResponseThePageSaysItCannotLoad) {
@@ -198,8 +224,67 @@ TEST_F(ButtonWrapper, WithoutAResponseThePageSaysItCannotLoad) {
     GtkWidget* button = gtk_widget_get_first_child(plain);
     ASSERT_TRUE(GTK_IS_BUTTON(button));
     EXPECT_STREQ(gtk_button_get_label(GTK_BUTTON(button)), "Hold 0");
+    EXPECT_FALSE(gtk_widget_get_sensitive(button)) << "no page to buy from";
+    setOffers({LXFermoOfferState::available()}, room);
+    button = gtk_widget_get_first_child(plain);
+    EXPECT_STREQ(gtk_button_get_label(GTK_BUTTON(button)), "Hold 1");
+    EXPECT_TRUE(gtk_widget_get_sensitive(button));
     g_signal_emit_by_name(button, "clicked");
     EXPECT_EQ(pages().size(), 2u);
+}
+
+// Runs a script in the page; its value as text.
+std::string evaluate(WebKitWebView* view, const std::string& script) {
+    auto text = std::make_shared<std::optional<std::string>>();
+    webkit_web_view_evaluate_javascript(
+        view, script.c_str(), -1, nullptr, nullptr, nullptr,
+        [](GObject* source, GAsyncResult* result, gpointer data) {
+            std::unique_ptr<std::shared_ptr<std::optional<std::string>>> out(
+                static_cast<std::shared_ptr<std::optional<std::string>>*>(data));
+            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr);
+            char* str = value ? jsc_value_to_string(value) : g_strdup("(script failed)");
+            **out = str;
+            g_free(str);
+            if (value) g_object_unref(value);
+        },
+        new std::shared_ptr<std::optional<std::string>>(text));
+    EXPECT_TRUE(runMainLoopUntil([&] { return text->has_value(); }, kPatience));
+    return text->value_or("");
+}
+
+TEST_F(ButtonWrapper, TheServicePageShowsTheOfferPlainlyAndLeavesNothingOnDisk) {
+    ASSERT_EQ(std::filesystem::path(g_get_user_cache_dir()), xdg->path() / "cache");
+    service->setPurchaseScript(lxhf::testing::PurchaseScript::ready);
+    const LXRoomDetails offered = makeRoom("E1", "hotel-e");
+    sdk->cacheOffers({offered});
+    ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::available}; }, kPatience));
+    show(wrap(offered));
+    actions[0]();
+    ASSERT_EQ(pages().size(), 1u);
+    auto* page = ui::WebViewController::from(gtk_window_get_child(pages()[0]));
+    ASSERT_TRUE(runMainLoopUntil([&] { return !page->spinnerSpinning(); }, kPatience));
+    const std::string sessionId = service->requests("fermo_offers").at(0).header("LX-Session-ID").value_or("?");
+    // What the traveller reads, worked out from the address the library composed.
+    const std::string shown = evaluate(page->webView(), R"(['hotel', 'room', 'price', 'deposit', 'until']
+        .map(id => document.getElementById(id).textContent).join(' | '))");
+    EXPECT_THAT(shown, ::testing::MatchesRegex(R"(.+ \| .+ \| €[0-9.,]+ \| €[0-9.,]+ \| [A-Z][a-z]+ [0-9].*)")) << shown;
+    evaluate(page->webView(), "document.getElementById('hold').click(); 0");
+    ASSERT_TRUE(runMainLoopUntil([&] { return !ends.empty(); }, kPatience));
+    EXPECT_THAT(results, ElementsAre(Kind::purchased, Kind::cancelled));
+    EXPECT_THAT(ends, ElementsAre(Kind::purchased));
+    runMainLoopFor(2.0);  // WebKit writes its caches a little later
+
+    std::vector<std::string> holders;
+    std::error_code error;
+    for (auto it = std::filesystem::recursive_directory_iterator(xdg->path(), error);
+         it != std::filesystem::recursive_directory_iterator(); it.increment(error)) {
+        if (!it->is_regular_file(error)) continue;
+        std::ifstream file(it->path(), std::ios::binary);
+        const std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        if (content.find("partner-token") != std::string::npos || content.find(sessionId) != std::string::npos)
+            holders.push_back(it->path().string());
+    }
+    EXPECT_THAT(holders, IsEmpty());
 }
 
 TEST_F(ButtonWrapper, AnErrorButtonAppearsOncePerMappingNotPerPublish) {

@@ -6,7 +6,7 @@
 
 #include "LXHotelsFermo/LXRoomDetails.h"
 #include "model/OfferRecords.h"
-#include "presentation/MicrositeAddress.h"
+#include "page/MicrositeAddress.h"
 #include "support/TempDir.h"
 
 namespace lxhf::test {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "presentation/QueryBuilder.h"
+#include "page/QueryBuilder.h"
 
 namespace lxhf::test {
 namespace {

@@ -94,7 +94,7 @@ protected:
         setup.host = host;
         setup.url = url;
         setup.purchaseCallback = [this](const LXFermoPurchaseResult& r) { results.push_back(describe(r)); };
-        setup.onClosed = [this] { closed = true; };
+        setup.onEnded = [this](const auto&) { closed = true; };
         setup.readMessage = [this](std::string_view body, std::string_view handler) {
             auto action = LXHotelsFermoSDK::shared().pageMessage(body, handler);
             if (action.kind != Kind::ready) quiet.push_back(action.kind);

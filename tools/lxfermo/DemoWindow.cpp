@@ -102,8 +102,8 @@ struct DemoWindow {
         // The library's own wrapper: it follows the room's state, reports the
         // offer as shown and opens the purchase page on a press.
         row.button = LXFermoButtonWrapper::create(
-            room.details, [this](const LXFermoPurchaseResult& result) { append("Purchase result: " + result.toJSON()); },
-            &makeOfferButton, demo.sdk());
+            room.details, [this](const LXFermoPurchaseResult& result) { append("Page reported: " + result.toJSON()); },
+            &makeOfferButton, [this](const auto& outcome) { pageEnded(outcome); }, pageOptions(), demo.sdk());
 #else
         row.button = gtk_button_new_with_label("Freeze this price");
         g_object_set_data(G_OBJECT(row.button), "lxfermo-row", GSIZE_TO_POINTER(rows.size()));
@@ -149,6 +149,16 @@ struct DemoWindow {
         }
     }
 
+#ifdef LXFERMO_HAS_UI
+    // The demo's user sees why a page failed rather than a spinner that never stops.
+    static LXPurchasePageOptions pageOptions() { return {.reportLoadFailures = true}; }
+
+    // What a host shows the traveller: the final outcome, not the last message.
+    void pageEnded(const std::optional<LXFermoPurchaseResult>& outcome) {
+        append("Purchase page ended: " + (outcome ? outcome->toJSON() : std::string("left without a result")));
+    }
+#endif
+
     void tapped(std::size_t index) {
         if (index >= rows.size()) return;
         const LXRoomDetails& room = rows[index].room->details;
@@ -160,10 +170,10 @@ struct DemoWindow {
         }
 #ifdef LXFERMO_HAS_UI
         append("Opening the purchase page");
-        LXPurchaseWindow::present(
+        LXPurchaseWindow::presentWithOutcome(
             GTK_WINDOW(window), address,
-            [this](const LXFermoPurchaseResult& result) { append("Purchase result: " + result.toJSON()); },
-            [this] { append("Purchase page closed"); });
+            [this](const LXFermoPurchaseResult& result) { append("Page reported: " + result.toJSON()); },
+            [this](const auto& outcome) { pageEnded(outcome); }, pageOptions());
 #else
         append("Purchase page (open it in a browser that trusts " + demo.service().caFile() + "):");
         append("  " + address);

@@ -1,4 +1,5 @@
-// The purchase page the client's web view opens. It shows its query items and
+// The purchase page the client's web view opens: what a real one shows, in
+// plain form, with its query items behind a disclosure for developers. It
 // talks to the client only through window.CorvaneSDKBridge.event(name, data).
 
 #include "ServiceState.h"
@@ -20,9 +21,23 @@ constexpr std::string_view kPageHead = R"(<!DOCTYPE html>
 <meta name="viewport" content="width=device-width, initial-scale=1">
 <title>Fermo purchase</title>
 <style>
-body { font-family: sans-serif; margin: 1.5em; }
+body { font-family: system-ui, sans-serif; margin: 0; color: #1d2433; background: #f4f6fa; }
+main { max-width: 34em; margin: 2em auto; padding: 1.6em 2em; background: #fff;
+       border-radius: 12px; box-shadow: 0 1px 4px rgba(0,0,0,0.12); }
+h1 { font-size: 1.5em; margin: 0 0 0.2em; }
+.where { color: #5a6478; margin: 0 0 1.2em; }
+dl { display: grid; grid-template-columns: max-content 1fr; gap: 0.5em 1.2em; margin: 0 0 1.5em; }
+dt { color: #5a6478; }
+dd { margin: 0; font-weight: 600; }
+.price { font-size: 1.6em; }
+.actions { display: flex; gap: 0.6em; flex-wrap: wrap; }
+button { font: inherit; padding: 0.55em 1.2em; border-radius: 8px; border: 1px solid #b8c0cf;
+         background: #fff; cursor: pointer; }
+button.primary { background: #1a5fd0; border-color: #1a5fd0; color: #fff; }
+details { margin-top: 1.8em; color: #5a6478; }
 td { vertical-align: top; padding: 0.2em 0.6em; }
-pre { margin: 0; white-space: pre-wrap; word-break: break-all; }
+pre { margin: 0; white-space: pre-wrap; word-break: break-all; font-size: 0.85em; }
+#events { font-size: 0.85em; }
 </style>
 <script>
 (function () {
@@ -46,6 +61,11 @@ pre { margin: 0; white-space: pre-wrap; word-break: break-all; }
     });
     return items;
   }
+  function jsonItem(items, name) {
+    var value = items[name];
+    if (typeof value !== 'string') { return null; }
+    try { return JSON.parse(ESCAPED_TWICE[name] ? decode(value) : value); } catch (e) { return null; }
+  }
   function note(text) {
     var line = document.createElement('li');
     line.textContent = text;
@@ -61,7 +81,43 @@ pre { margin: 0; white-space: pre-wrap; word-break: break-all; }
     if (!steps.length) { return; }
     window.setTimeout(function () { steps[0](); later(steps.slice(1)); }, 50);
   }
-  function show(items) {
+  // The first of the keys the object has, in either key style.
+  function pick(object, keys) {
+    for (var i = 0; object && i < keys.length; ++i) {
+      if (object[keys[i]] !== undefined && object[keys[i]] !== null) { return object[keys[i]]; }
+    }
+    return undefined;
+  }
+  function money(amount, currency) {
+    var value = Number(amount);
+    if (amount === undefined || !isFinite(value)) { return '—'; }
+    try {
+      return new Intl.NumberFormat('en', { style: 'currency', currency: currency || 'EUR' }).format(value);
+    } catch (e) { return value.toFixed(2) + ' ' + (currency || ''); }
+  }
+  function when(text) {
+    var date = new Date(text);
+    if (!text || isNaN(date.getTime())) { return '—'; }
+    return date.toLocaleString('en', { dateStyle: 'medium', timeStyle: 'short' });
+  }
+  function set(id, text) { document.getElementById(id).textContent = text; }
+  // What a traveller reads: the hotel, the room, the price held, the deposit, how long.
+  function summarise(items) {
+    var hotel = jsonItem(items, 'hotel') || {};
+    var response = jsonItem(items, 'offer') || {};
+    var offer = response.offer || {};
+    var room = offer.room || {};
+    var conditions = offer.conditions || {};
+    var currency = pick(conditions, ['currency']);
+    set('hotel', pick(hotel, ['name']) || 'Your hotel');
+    set('city', pick(hotel, ['address_city', 'addressCity']) || '');
+    set('room', pick(room, ['name', 'room_type', 'roomType']) || '—');
+    set('price', money(pick(conditions, ['frozen_price', 'frozenPrice']), currency));
+    set('deposit', money(pick(conditions, ['deposit']), currency));
+    set('until', when(pick(conditions, ['freeze_expiry', 'freezeExpiry'])));
+    set('offer-until', when(pick(conditions, ['offer_expiry', 'offerExpiry'])));
+  }
+  function showRaw(items) {
     var table = document.getElementById('items');
     NAMES.forEach(function (name) {
       var value = Object.prototype.hasOwnProperty.call(items, name) ? items[name] : undefined;
@@ -94,11 +150,16 @@ pre { margin: 0; white-space: pre-wrap; word-break: break-all; }
     'never-ready': function () {}
   };
   document.addEventListener('DOMContentLoaded', function () {
-    show(readQuery());
-    document.getElementById('buy').addEventListener('click', function () {
+    var items = readQuery();
+    summarise(items);
+    showRaw(items);
+    document.getElementById('hold').addEventListener('click', function () {
       send('purchased'); send('close');
     });
     document.getElementById('cancel').addEventListener('click', function () { send('close'); });
+    document.getElementById('fail').addEventListener('click', function () {
+      send('error', { message: 'The payment was declined (demo)' });
+    });
     var script = document.body.getAttribute('data-lxtest');
     (SCRIPTS[script] || SCRIPTS.ready)();
   });
@@ -107,11 +168,28 @@ pre { margin: 0; white-space: pre-wrap; word-break: break-all; }
 )";
 
 constexpr std::string_view kPageBody = R"(
-<h1>Fermo: hold this price</h1>
+<main>
+<h1>Hold this price at <span id="hotel"></span></h1>
+<p class="where"><span id="city"></span></p>
+<dl>
+  <dt>Room</dt><dd id="room"></dd>
+  <dt>Price held</dt><dd class="price" id="price"></dd>
+  <dt>Deposit today</dt><dd id="deposit"></dd>
+  <dt>Held until</dt><dd id="until"></dd>
+  <dt>Offer open until</dt><dd id="offer-until"></dd>
+</dl>
+<div class="actions">
+  <button id="hold" class="primary">Hold this price</button>
+  <button id="cancel">Cancel</button>
+  <button id="fail">Fail</button>
+</div>
+<p><a id="terms" href="/cloud/hotels/terms" target="_blank">Terms</a></p>
+<details><summary>For developers: what the page was given</summary>
 <table id="items"></table>
-<p><button id="buy">Pay deposit</button> <button id="cancel">Close</button>
-<a id="terms" href="/cloud/hotels/terms" target="_blank">Terms</a></p>
+<p>Events sent:</p>
 <ol id="events"></ol>
+</details>
+</main>
 </body></html>
 )";
 

@@ -26,14 +26,22 @@ public:
     // the room yet, an invisible placeholder asks it to fetch the offer each
     // time it is mapped. `purchaseCallback` receives what the purchase page
     // reports. Main context only; the facade must outlive the widget and the
-    // pages it opens. Once the widget is destroyed neither `button` nor
-    // `purchaseCallback` is called again, and a page it opened is taken down
-    // without a result.
+    // pages it opens. The next press opens a new page once the last one has
+    // ended. Once the widget is destroyed none of its callbacks is called
+    // again, and a page it opened is taken down without a result.
     static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button);
     static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
                              LXHotelsFermoSDK& sdk);
+    // The same, with the page's final outcome handed to `onEnded` once per
+    // page, when it ends (see LXPurchaseEndCallback), and `options` for each
+    // page it opens.
+    static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
+                             LXPurchaseEndCallback onEnded, LXPurchasePageOptions options = {});
+    static GtkWidget* create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
+                             LXPurchaseEndCallback onEnded, LXPurchasePageOptions options, LXHotelsFermoSDK& sdk);
 
     // The common case: a GtkButton labelled by `label` for each offer, whose
-    // "clicked" runs the action (kept alive by the button itself).
+    // "clicked" runs the action (kept alive by the button itself). It can be
+    // pressed only while the room's offer is available.
     static ButtonFactory labelledButton(std::function<std::string(const LXFermoOffer&)> label);
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-// The full-screen purchase page a host presents over its own window.
+// The purchase page a host presents over its own window.
 
 #include <functional>
 #include <optional>
@@ -12,6 +12,13 @@
 #include "LXHotelsFermo/ui/LXUIExport.h"
 
 using LXPurchaseCallback = std::function<void(const LXFermoPurchaseResult&)>;
+
+// Runs once when a purchase page ends, however it ends, with its final
+// outcome: `purchased` if the page reported a purchase at any point (it sends
+// "close" after one, which the purchase callback receives as `cancelled`);
+// otherwise the `cancelled` or `error` that ended it; absent when the
+// traveller left by the window's close button, Escape or the window manager.
+using LXPurchaseEndCallback = std::function<void(const std::optional<LXFermoPurchaseResult>& outcome)>;
 
 // Behaviour of the purchase page beyond what the microsite itself reports.
 struct LXPurchasePageOptions {
@@ -46,18 +53,31 @@ struct LXPurchasePageOptions {
     // With reportLoadFailures: how long the page may take to say "ready".
     // Zero or less: no limit.
     double readyTimeoutSeconds = 30.0;
+    // Off by default: the page is a modal window the size of the host's
+    // window, centred on it (960x720 without one). On: the whole monitor,
+    // for a kiosk. Either way it can be closed with its close button and
+    // Escape.
+    bool fullscreen = false;
 };
 
 class LXHF_UI_EXPORT LXPurchaseWindow {
 public:
-    // Opens a fullscreen window, transient for `host`, showing the microsite
-    // at `url`, or the line "Unable to load Fermo" when there is no address.
-    // `callback` receives each result the page reports, on the main context.
-    // The window closes itself when the page asks to be dismissed; `onClosed`
-    // runs once when the window is gone, however it was closed. The page
-    // logs through the shared facade's logger, and not at all while there is
-    // none. The returned window belongs to GTK: close it with
+    // Opens a modal window, transient for `host` and covering it, titled
+    // with the page's title ("Fermo" until it has one), showing the
+    // microsite at `url`, or the line "Unable to load Fermo" when there is
+    // no address. `callback` receives each result the page reports, on the
+    // main context. The window closes itself when the page asks to be
+    // dismissed; its close button, Escape and the window manager close it
+    // without a result. The page ends when its window is closed, hidden or
+    // destroyed, whoever holds a reference to it: `onClosed` then runs once.
+    // The page logs through the shared facade's logger, and not at all while
+    // there is none. The returned window belongs to GTK: close it with
     // gtk_window_close, never unref it.
     static GtkWindow* present(GtkWindow* host, std::optional<std::string> url, LXPurchaseCallback callback,
                               std::function<void()> onClosed = {}, LXPurchasePageOptions options = {});
+
+    // The same, with the page's final outcome handed to `onEnded` once it ends.
+    static GtkWindow* presentWithOutcome(GtkWindow* host, std::optional<std::string> url,
+                                         LXPurchaseCallback callback, LXPurchaseEndCallback onEnded,
+                                         LXPurchasePageOptions options = {});
 };

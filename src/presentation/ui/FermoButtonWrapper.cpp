@@ -17,12 +17,15 @@ namespace {
 // widget is disposed. Main context only.
 struct WrapperState {
     WrapperState(GtkWidget* widget, LXHotelsFermoSDK& facade, LXRoomDetails roomDetails, LXPurchaseCallback callback,
-                 LXFermoButtonWrapper::ButtonFactory factory)
+                 LXFermoButtonWrapper::ButtonFactory factory, LXPurchaseEndCallback ended,
+                 LXPurchasePageOptions options)
         : self(widget),
           sdk(&facade),
           room(std::move(roomDetails)),
           purchaseCallback(std::move(callback)),
-          button(std::move(factory)) {}
+          button(std::move(factory)),
+          onEnded(std::move(ended)),
+          pageOptions(options) {}
 
     GtkWidget* self;  // valid while `alive`
     bool alive = true;
@@ -30,6 +33,8 @@ struct WrapperState {
     LXRoomDetails room;
     LXPurchaseCallback purchaseCallback;
     LXFermoButtonWrapper::ButtonFactory button;
+    LXPurchaseEndCallback onEnded;
+    LXPurchasePageOptions pageOptions;
     LXSubscription subscription;
     GtkWidget* child = nullptr;
     bool showsPlaceholder = false;
@@ -105,11 +110,13 @@ void present(const State& s) {
         return sdk.pageMessage(bodyJson, handlerName);
     };
     setup.caFile = sdk.endpoints().caFile;
-    setup.onClosed = [weak = Weak(s)] {
-        if (auto state = weak.lock()) {
-            state->presented = false;
-            state->page = nullptr;
-        }
+    setup.pageOptions = s->pageOptions;
+    setup.onEnded = [weak = Weak(s)](const std::optional<LXFermoPurchaseResult>& outcome) {
+        auto state = weak.lock();
+        if (!state) return;
+        state->presented = false;
+        state->page = nullptr;
+        if (state->alive && state->onEnded) state->onEnded(outcome);
     };
     s->presented = true;
     s->page = presentPurchaseWindow(std::move(setup));
@@ -227,9 +234,22 @@ GtkWidget* LXFermoButtonWrapper::create(LXRoomDetails room, LXPurchaseCallback p
 
 GtkWidget* LXFermoButtonWrapper::create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
                                         LXHotelsFermoSDK& sdk) {
+    return create(std::move(room), std::move(purchaseCallback), std::move(button), {}, {}, sdk);
+}
+
+GtkWidget* LXFermoButtonWrapper::create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
+                                        LXPurchaseEndCallback onEnded, LXPurchasePageOptions options) {
+    return create(std::move(room), std::move(purchaseCallback), std::move(button), std::move(onEnded), options,
+                  LXHotelsFermoSDK::shared());
+}
+
+GtkWidget* LXFermoButtonWrapper::create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
+                                        LXPurchaseEndCallback onEnded, LXPurchasePageOptions options,
+                                        LXHotelsFermoSDK& sdk) {
     auto* self = LXHF_FERMO_BUTTON_WRAPPER(g_object_new(LXHF_TYPE_FERMO_BUTTON_WRAPPER, nullptr));
     auto state = std::make_shared<lxhf::ui::WrapperState>(GTK_WIDGET(self), sdk, std::move(room),
-                                                          std::move(purchaseCallback), std::move(button));
+                                                          std::move(purchaseCallback), std::move(button),
+                                                          std::move(onEnded), options);
     self->state = new lxhf::ui::State(state);
     // The current list arrives at once, so the first child is in place on return.
     state->subscription = sdk.subscribeFermoOffers([weak = lxhf::ui::Weak(state)](const LXHotelsFermoSDK::Offers& offers) {
@@ -243,6 +263,8 @@ LXFermoButtonWrapper::ButtonFactory LXFermoButtonWrapper::labelledButton(
     using Action = std::function<void()>;
     return [label = std::move(label)](const LXFermoOffer& offer, Action action) -> GtkWidget* {
         GtkWidget* button = gtk_button_new_with_label(label ? label(offer).c_str() : "");
+        // Any other state has no page to buy from: pressing it would only say so.
+        gtk_widget_set_sensitive(button, offer.state.kind() == LXFermoOfferState::Kind::available);
         g_signal_connect_data(
             button, "clicked", G_CALLBACK(+[](GtkButton*, gpointer run) { (*static_cast<Action*>(run))(); }),
             new Action(std::move(action)), [](gpointer run, GClosure*) { delete static_cast<Action*>(run); },

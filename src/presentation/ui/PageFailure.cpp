@@ -40,8 +40,16 @@ std::string loadFailureMessage(const GError* error) {
     return loadFailed(error && error->message && *error->message ? error->message : "unknown error");
 }
 
-std::string requestTimeoutMessage(unsigned seconds) {
-    return loadFailed("no answer within " + std::to_string(seconds) + " seconds");
+namespace {
+// The same digits whatever the user's locale.
+std::string secondsText(double seconds) {
+    char text[G_ASCII_DTOSTR_BUF_SIZE];
+    return g_ascii_formatd(text, sizeof text, "%g", seconds);
+}
+}  // namespace
+
+std::string requestTimeoutMessage(double seconds) {
+    return loadFailed("no answer within " + secondsText(seconds) + " seconds");
 }
 
 std::string errorStatusMessage(unsigned status) {
@@ -49,9 +57,7 @@ std::string errorStatusMessage(unsigned status) {
 }
 
 std::string readyTimeoutMessage(double seconds) {
-    char text[G_ASCII_DTOSTR_BUF_SIZE];  // the same digits whatever the user's locale
-    return std::string("The purchase page was not ready within ") +
-           g_ascii_formatd(text, sizeof text, "%g", seconds) + " seconds";
+    return "The purchase page was not ready within " + secondsText(seconds) + " seconds";
 }
 
 std::string webProcessEndedMessage(WebKitWebProcessTerminationReason reason) {

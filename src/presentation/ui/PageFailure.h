@@ -25,7 +25,7 @@ inline constexpr std::string_view kWebProcessPrefix = "The purchase page stopped
 // no known class carries WebKit's own description instead.
 std::string loadFailureMessage(const GError* error);
 // "... no answer within N seconds"
-std::string requestTimeoutMessage(unsigned seconds);
+std::string requestTimeoutMessage(double seconds);
 // "... the service answered with HTTP status N"
 std::string errorStatusMessage(unsigned status);
 // "The purchase page was not ready within N seconds"

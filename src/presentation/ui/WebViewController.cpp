@@ -23,6 +23,13 @@ std::string toJson(JSCValue* value) {
     return json;
 }
 
+// A host's infinity or centuries mean "no sooner than GLib can wait".
+guint timeoutMilliseconds(double seconds) {
+    constexpr double kLongestWaitSeconds = 86400.0 * 24;
+    if (!(seconds > 0)) return 0;
+    return static_cast<guint>(std::min(seconds, kLongestWaitSeconds) * 1000);
+}
+
 bool isWebAddress(const char* uri) {
     const char* scheme = g_uri_peek_scheme(uri);  // interned, lower case
     return scheme && (g_str_equal(scheme, "http") || g_str_equal(scheme, "https"));
@@ -74,11 +81,12 @@ struct WebViewControllerSignals {
     static void loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
         KeepAlive alive{controller->overlay_, controller->webView_};
-        if (event == WEBKIT_LOAD_STARTED && controller->requestTimer_ == 0) {
-            controller->requestTimedOut_ = false;
+        // The page's own request has its answer once the first load commits.
+        if (event == WEBKIT_LOAD_STARTED && !controller->requestTimerArmed_) {
+            controller->requestTimerArmed_ = true;
             controller->requestTimer_ =
-                g_timeout_add_seconds(WebViewController::kRequestTimeoutSeconds, &requestTimedOut, self);
-        } else if (event != WEBKIT_LOAD_STARTED && event != WEBKIT_LOAD_REDIRECTED && controller->requestTimer_) {
+                g_timeout_add(timeoutMilliseconds(controller->setup_.requestTimeoutSeconds), &requestTimedOut, self);
+        } else if (event == WEBKIT_LOAD_COMMITTED && controller->requestTimer_) {
             g_source_remove(std::exchange(controller->requestTimer_, 0));
         }
         using Load = WebViewController::Load;
@@ -106,11 +114,14 @@ struct WebViewControllerSignals {
     static gboolean loadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError* error, gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
         controller->load_ = WebViewController::Load::pending;
+        // The first load is over, one way or the other; a certificate being
+        // retried fails through load-failed-with-tls-errors instead.
+        if (controller->requestTimer_) g_source_remove(std::exchange(controller->requestTimer_, 0));
         // Once the page has loaded, a link in it that fails is the page's business.
         if (!controller->setup_.pageOptions.reportLoadFailures || controller->firstLoadOver_) return FALSE;
         KeepAlive alive{controller->overlay_, controller->webView_};
         if (controller->requestTimedOut_) {
-            controller->reportPageFailure(requestTimeoutMessage(WebViewController::kRequestTimeoutSeconds));
+            controller->reportPageFailure(requestTimeoutMessage(controller->setup_.requestTimeoutSeconds));
             return FALSE;
         }
         // A load replaced by another, or turned into a download, is no failure of the page.
@@ -152,9 +163,6 @@ struct WebViewControllerSignals {
         return G_SOURCE_REMOVE;
     }
 
-    // The page is going away: the bridge goes with it, as the page's
-    // disappearance is what ends the purchase flow.
-    static void unmapped(GtkWidget*, gpointer self) { static_cast<WebViewController*>(self)->detachBridge(); }
     static void destroyed(GtkWidget*, gpointer self) { static_cast<WebViewController*>(self)->release(); }
     static void destroy(gpointer self) { delete static_cast<WebViewController*>(self); }
 };
@@ -189,12 +197,10 @@ WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
                      G_CALLBACK(&WebViewControllerSignals::scriptMessage), this);
     bridgeAttached_ = true;
 
-    GObject* view = setup_.networkSession
-                        ? static_cast<GObject*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
-                                                             contentManager_, "network-session",
-                                                             setup_.networkSession, nullptr))
-                        : static_cast<GObject*>(
-                              g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", contentManager_, nullptr));
+    WebKitNetworkSession* session = setup_.networkSession;
+    if (!session) session = ownSession_ = webkit_network_session_new_ephemeral();
+    GObject* view = static_cast<GObject*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", contentManager_,
+                                                       "network-session", session, nullptr));
     webView_ = WEBKIT_WEB_VIEW(g_object_ref_sink(view));
     webkit_settings_set_enable_back_forward_navigation_gestures(webkit_web_view_get_settings(webView_), TRUE);
     gtk_widget_set_hexpand(GTK_WIDGET(webView_), TRUE);
@@ -216,14 +222,11 @@ WebViewController::WebViewController(const std::string& url, WebViewSetup setup)
     overlay_ = gtk_overlay_new();
     gtk_overlay_set_child(GTK_OVERLAY(overlay_), GTK_WIDGET(webView_));
     gtk_overlay_add_overlay(GTK_OVERLAY(overlay_), spinner_);
-    g_signal_connect(overlay_, "unmap", G_CALLBACK(&WebViewControllerSignals::unmapped), this);
     g_signal_connect(overlay_, "destroy", G_CALLBACK(&WebViewControllerSignals::destroyed), this);
 
     const auto& options = setup_.pageOptions;
-    // A host's NaN, infinity or centuries mean "no sooner than GLib can wait".
-    constexpr double kLongestWaitSeconds = 86400.0 * 24;
     if (options.reportLoadFailures && options.readyTimeoutSeconds > 0)
-        readyTimer_ = g_timeout_add(static_cast<guint>(std::min(options.readyTimeoutSeconds, kLongestWaitSeconds) * 1000),
+        readyTimer_ = g_timeout_add(timeoutMilliseconds(options.readyTimeoutSeconds),
                                     &WebViewControllerSignals::readyTimedOut, this);
 
     webkit_web_view_load_uri(webView_, url.c_str());
@@ -307,7 +310,9 @@ bool WebViewController::trustExtraAuthority(const char* uri, GTlsCertificate* ce
     webkit_network_session_allow_tls_certificate_for_host(webkit_web_view_get_network_session(webView_), certificate,
                                                           host->c_str());
     retryUri_ = uri;
-    retrySource_ = g_idle_add(&WebViewControllerSignals::retry, this);
+    // Not an ordinary idle: a window whose frames take longer to draw than
+    // they last (software GL) never leaves the loop idle.
+    retrySource_ = g_idle_add_full(G_PRIORITY_DEFAULT, &WebViewControllerSignals::retry, this, nullptr);
     return true;
 }
 
@@ -343,6 +348,7 @@ void WebViewController::release() {
         g_object_unref(std::exchange(webView_, nullptr));
     }
     if (contentManager_) g_object_unref(std::exchange(contentManager_, nullptr));
+    if (ownSession_) g_object_unref(std::exchange(ownSession_, nullptr));
     // The overlay's own handlers go with it: this runs from its "destroy".
     spinner_ = nullptr;
 }

@@ -37,10 +37,14 @@ struct WebViewSetup {
     // The extra CA the library was given, if any: a certificate it signed is
     // accepted for the microsite's host, as the API calls accept it.
     std::optional<std::string> caFile;
-    // Tests only: a session of their own, so what one page was allowed does
-    // not carry over to the next. Null: WebKit's default session.
+    // Tests only: a session shared by several pages. Null: an ephemeral
+    // session of the page's own, so nothing the page stored (its address
+    // with the partner token and session id in the disk cache, cookies,
+    // local storage) outlives it.
     WebKitNetworkSession* networkSession = nullptr;
     LXPurchasePageOptions pageOptions;
+    // Tests only: the request timeout, shortened.
+    double requestTimeoutSeconds = 60.0;
 };
 
 // Owned by its widget and destroyed with it; main context only. Every signal
@@ -49,8 +53,9 @@ struct WebViewSetup {
 class WebViewController {
 public:
     // Builds the widget and starts loading `url`. WebKitGTK has no per-request
-    // timeout, so the 60 s request timeout is kept by stopping a load whose
-    // main document has not arrived after 60 s.
+    // timeout, so the 60 s request timeout is kept by stopping the first load
+    // when its main document has not arrived after 60 s. It covers the
+    // page's own request only: later navigations do not restart it.
     static WebViewController& create(const std::string& url, WebViewSetup setup);
     static WebViewController* from(GtkWidget* widget);
 
@@ -65,8 +70,9 @@ public:
     // The page's message, as the bridge handler receives it.
     void receiveScriptMessage(std::string_view handlerName, std::string_view bodyJson);
 
-    // Removes the user scripts and the message handler. Runs when the
-    // widget is unmapped or destroyed; harmless to repeat.
+    // Removes the user scripts and the message handler. Runs when the page
+    // ends (abandon) or its widget is destroyed, not when it is merely
+    // unmapped; harmless to repeat.
     void detachBridge();
 
     // The page goes without a result: its bridge and timers stop now, so
@@ -110,7 +116,9 @@ private:
     Load load_ = Load::pending;  // the latest load; pending again once it fails
     bool abandoned_ = false;  // no result is reported any more
     bool requestTimedOut_ = false;
+    bool requestTimerArmed_ = false;  // once: the first load only
     guint requestTimer_ = 0;
+    WebKitNetworkSession* ownSession_ = nullptr;  // our own reference, when none was given
     guint readyTimer_ = 0;
     bool extraTrustUsed_ = false;  // once only: a second refusal is final
     std::string retryUri_;

@@ -10,7 +10,7 @@
 #include "LXHotelsFermo/LXFermoOffer.h"
 #include "LXHotelsFermo/LXPurchasePage.h"
 #include "model/JsonCoder.h"
-#include "presentation/LogLine.h"
+#include "page/LogLine.h"
 
 namespace lxhf {
 

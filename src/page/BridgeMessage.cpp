@@ -1,4 +1,4 @@
-#include "presentation/BridgeMessage.h"
+#include "page/BridgeMessage.h"
 
 #include "model/ErrorInfo.h"
 

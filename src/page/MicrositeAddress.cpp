@@ -1,9 +1,9 @@
-#include "presentation/MicrositeAddress.h"
+#include "page/MicrositeAddress.h"
 
 #include <glib.h>
 
 #include "model/SessionRecords.h"
-#include "presentation/QueryBuilder.h"
+#include "page/QueryBuilder.h"
 
 namespace lxhf {
 

@@ -10,7 +10,7 @@
 #include "LXHotelsFermo/LXResult.h"
 #include "LXHotelsFermo/LXRoomDetails.h"
 #include "model/OfferRecords.h"
-#include "presentation/LogLine.h"
+#include "page/LogLine.h"
 
 namespace lxhf {
 

@@ -1,4 +1,4 @@
-#include "presentation/QueryBuilder.h"
+#include "page/QueryBuilder.h"
 
 #include <algorithm>
 #include <utility>
