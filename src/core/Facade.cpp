@@ -30,7 +30,8 @@ lxhf::LXCorvaneInternal& Impl::obtainEngine() {
                                   *loggerSlot,
                                   *parts.systemLog,
                                   parts.overrides.intakeUrl.value_or(lxhf::defaultIntakeLogsUrl()),
-                                  parts.makeMonitor ? parts.makeMonitor(env) : nullptr};
+                                  parts.makeMonitor ? parts.makeMonitor(env) : nullptr,
+                                  {parts.fetchPolicy, parts.random}};
     engine = lxhf::LXCorvaneInternal::create(board, std::move(engineParts), token, parts.device->systemVersion(),
                                              parts.device->isTablet(), env);
     return *engine;
@@ -83,6 +84,14 @@ bool LXHotelsFermoSDK::setEndpoints(LXEndpoints endpoints) {
 }
 
 const LXEndpoints& LXHotelsFermoSDK::endpoints() const noexcept { return impl_->parts.overrides; }
+
+bool LXHotelsFermoSDK::setFetchPolicy(LXFetchPolicy policy) {
+    if (impl_->engine || !lxhf::usableFetchPolicy(policy)) return false;
+    impl_->parts.fetchPolicy = policy;
+    return true;
+}
+
+const LXFetchPolicy& LXHotelsFermoSDK::fetchPolicy() const noexcept { return impl_->parts.fetchPolicy; }
 
 void LXHotelsFermoSDK::updateUser(std::optional<std::string> userId) { impl_->obtainEngine().updateUser(userId); }
 
