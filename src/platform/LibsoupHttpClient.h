@@ -32,6 +32,8 @@ public:
     LibsoupHttpClient& operator=(const LibsoupHttpClient&) = delete;
 
     void send(HttpRequest request, std::function<void(HttpResult)> done) override;
+    // libsoup keeps two connections per host unless told otherwise.
+    void allowConcurrentRequests(unsigned requests) override;
 
     // New connections and completed TLS handshakes since construction.
     int connectionCount() const;
