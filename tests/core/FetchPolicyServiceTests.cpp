@@ -76,9 +76,9 @@ TEST_F(FetchPolicyAgainstService, TenBatchesOverlapOnTenConnectionsWithOneSessio
         Fault slow;
         slow.delaySeconds = 0.1;
         service.setFault("sessions", slow);
-        // Long enough for ten TLS handshakes on a loaded machine, so that
-        // all ten batches are surely in flight at once.
-        slow.delaySeconds = 0.4;
+        // Ten batches at once need ten TLS handshakes first, which on a
+        // loaded machine (or under a sanitizer) take a good part of a second.
+        slow.delaySeconds = width > 1 ? 2.0 : 0.05;
         service.setFault("fermo_offers", slow);
         LXFetchPolicy policy;
         policy.maxConcurrentBatches = width;
