@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "CoreTestSupport.h"
+#include "core/FetchPolicy.h"
 
 namespace lxhf::test {
 namespace {
@@ -167,6 +168,31 @@ TEST(FetchPolicy, RetryAfterIsWaitedForWithinTheLongestDelay) {
     EXPECT_EQ(h.http->count("fermo_offers"), 3u);
     h.serveOffers();
     EXPECT_THAT(states(*h.sdk), ElementsAre(State::available));
+}
+
+TEST(FetchPolicy, OddRetryAfterValuesAndRandomDrawsStayWithinBounds) {
+    const auto asked = [](int status, std::string value) {
+        HttpResponse response;
+        response.status = status;
+        response.headers = {{"Retry-After", std::move(value)}};
+        return retryAfter(response);
+    };
+    EXPECT_EQ(asked(503, "7"), Seconds{7});
+    EXPECT_EQ(asked(429, std::string(5000, '9')), Seconds{1e12});
+    for (const std::string& odd : std::vector<std::string>{"", "-1", "1.5", "2s", "Wed, 21 Oct 2026 07:28:00 GMT",
+                                                           std::string("1\0", 2)})
+        EXPECT_EQ(asked(503, odd), std::nullopt) << odd;
+    EXPECT_EQ(asked(500, "7"), std::nullopt);  // only a 429 or 503 says when to come back
+
+    const LXFetchRetry retry{1.0, 60.0, std::nullopt};
+    EXPECT_EQ(retryDelay(retry, 1, Seconds{1e12}, [] { return 0.5; }), Seconds{60});
+    EXPECT_EQ(retryDelay(retry, 4, std::nullopt, [] { return 0.5; }), Seconds{4});
+    EXPECT_EQ(retryDelay(retry, 4000, std::nullopt, [] { return 0.5; }), Seconds{30});
+    for (double draw : {1.0, -0.1, std::nan("")})
+        EXPECT_EQ(retryDelay(retry, 3, std::nullopt, [draw] { return draw; }), Seconds{0}) << draw;
+    const Seconds drawn = retryDelay(retry, 3, std::nullopt, nullptr);
+    EXPECT_GE(drawn.count(), 0.0);
+    EXPECT_LT(drawn.count(), 4.0);
 }
 
 TEST(FetchPolicy, RetriesWaitWhileOfflineAndTheReturningPathFetchesAtOnce) {
