@@ -156,9 +156,10 @@ private:
     std::thread::id mainThread_;
 };
 
-// How a host's facade differs from the plain one: a slow cache folder, or no
-// CA file, as in production, so that the service's certificate is refused.
-enum class Setup { plain, slowCache, systemTrust };
+// How a host's facade differs from the plain one: a slow cache folder, no
+// CA file, as in production, so that the service's certificate is refused,
+// or ten offer batches in flight at once.
+enum class Setup { plain, slowCache, systemTrust, concurrent };
 
 // A facade as a host makes one, from systemParts() pointed at the local
 // service. Offer requests are counted as sent, answers once the library has
@@ -180,6 +181,11 @@ public:
         const auto caFile = setup == Setup::systemTrust ? std::nullopt : std::optional(svc.caFile());
         sdk->setEndpoints(LXEndpoints{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(), caFile,
                                                            cache.path().string()});
+        if (setup == Setup::concurrent) {
+            LXFetchPolicy policy;
+            policy.maxConcurrentBatches = 10;
+            sdk->setFetchPolicy(policy);
+        }
         sdk->configure("bench-token", LXEnvironmentType::staging);
         subscription = sdk->subscribeFermoOffers([this](const LXHotelsFermoSDK::Offers& offers) {
             shown = offers.size();
@@ -315,6 +321,11 @@ void BM_Stall_Rooms1000(benchmark::State& state) {
     measure(state, Setup::plain, [&rooms](Host& host) { fetchAll(host, rooms); });
 }
 
+void BM_Stall_Rooms1000Concurrent10(benchmark::State& state) {
+    const auto rooms = benchRooms(1000);
+    measure(state, Setup::concurrent, [&rooms](Host& host) { fetchAll(host, rooms); });
+}
+
 void BM_Stall_SlowAnswers(benchmark::State& state) {
     const auto rooms = benchRooms(30);
     measure(
@@ -385,6 +396,7 @@ BENCHMARK(BM_Stall_FirstUse)->UseManualTime()->Iterations(1)->Unit(benchmark::kM
 BENCHMARK(BM_Stall_Idle)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Stall_SystemTrust)->UseManualTime()->Iterations(2)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Stall_Rooms1000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Stall_Rooms1000Concurrent10)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Stall_SlowAnswers)->UseManualTime()->Iterations(2)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Stall_HangingAnswers)->UseManualTime()->Iterations(2)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Stall_BigAnswer)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);

@@ -13,6 +13,7 @@
 #include "LXHotelsFermo/LXEnvironmentType.h"
 #include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXFermoOffer.h"
+#include "LXHotelsFermo/LXFetchPolicy.h"
 #include "LXHotelsFermo/LXPublisher.h"
 #include "LXHotelsFermo/LXPurchasePage.h"
 #include "LXHotelsFermo/LXResult.h"
@@ -47,6 +48,12 @@ public:
     // when an address given is not an absolute http or https URL with a host.
     bool setEndpoints(LXEndpoints endpoints);
     const LXEndpoints& endpoints() const noexcept;
+    // Opts in to concurrent batches, retries and requeued late rooms (see
+    // LXFetchPolicy), like setEndpoints() before the engine is made. Returns
+    // false, changing nothing, once it exists or when a field is out of range
+    // (no batches, a delay that is not a positive number, no attempts).
+    bool setFetchPolicy(LXFetchPolicy policy);
+    const LXFetchPolicy& fetchPolicy() const noexcept;
     void updateUser(std::optional<std::string> userId);
     // Lists each new room as loading and fetches its offer.
     void cacheOffers(const std::vector<LXRoomDetails>& rooms);

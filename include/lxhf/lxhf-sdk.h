@@ -63,6 +63,25 @@ LXHF_API gboolean lxhf_sdk_set_endpoints(LxhfSdk* self, const char* api_base, co
                                          const char* cache_directory, GError** error);
 
 /**
+ * lxhf_sdk_set_fetch_policy:
+ * @self: the library
+ * @max_concurrent_batches: offer batches in flight at once; 1 fetches them one after another
+ * @retry: whether a batch that failed in transfer, timed out or got a 5xx or
+ *   429 is fetched again by itself, after 1 s doubling to 60 s with jitter
+ * @requeue_late_rooms: whether a room queued into a batch whose request is in
+ *   flight is fetched by the next request instead of staying loading
+ * @error: return location for a %LXHF_ERROR_FETCH_POLICY_REFUSED error
+ *
+ * Opts in to a faster, more persistent way of fetching offers; the library
+ * does none of it unless asked. Call it before anything but
+ * lxhf_sdk_configure() and lxhf_sdk_set_endpoints().
+ *
+ * Returns: whether the policy was taken
+ */
+LXHF_API gboolean lxhf_sdk_set_fetch_policy(LxhfSdk* self, guint max_concurrent_batches, gboolean retry,
+                                            gboolean requeue_late_rooms, GError** error);
+
+/**
  * lxhf_sdk_update_user:
  * @self: the library
  * @user_id: (nullable): the signed-in traveller, or %NULL when signed out

@@ -75,6 +75,8 @@ typedef enum {
  * @LXHF_ERROR_UNENCODABLE: the room's data could not be put into the page's address
  * @LXHF_ERROR_ENDPOINTS_REFUSED: the endpoints were not taken: an address is
  *   not an absolute http or https URL, or the library is already running
+ * @LXHF_ERROR_FETCH_POLICY_REFUSED: the fetch policy was not taken: no batches
+ *   at all, or the library is already running
  *
  * Errors in the %LXHF_ERROR domain.
  */
@@ -83,7 +85,8 @@ typedef enum {
   LXHF_ERROR_NO_RESPONSE,
   LXHF_ERROR_NOT_SIGNED_FULL_OFFER,
   LXHF_ERROR_UNENCODABLE,
-  LXHF_ERROR_ENDPOINTS_REFUSED
+  LXHF_ERROR_ENDPOINTS_REFUSED,
+  LXHF_ERROR_FETCH_POLICY_REFUSED
 } LxhfError;
 
 /**

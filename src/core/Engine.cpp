@@ -9,6 +9,8 @@ std::shared_ptr<LXCorvaneInternal> LXCorvaneInternal::create(OfferBoard& board, 
                                   isTablet ? LXHardware::tablet : LXHardware::mobile};
     auto engine = std::make_shared<LXCorvaneInternal>(board, std::move(parts), std::move(token),
                                                       std::move(environment), device);
+    // Concurrent batches need as many connections to the service at once.
+    engine->parts_.http.allowConcurrentRequests(engine->parts_.fetch.policy.maxConcurrentBatches);
     engine->startMonitor();
     engine->sessions_->loadStoreAhead();
     return engine;
@@ -22,7 +24,7 @@ LXCorvaneInternal::LXCorvaneInternal(OfferBoard& board, EngineParts parts, std::
           api_, parts_.clock, parts_.cache, parts_.background, parts_.log, LoggerContext{parts_.http, parts_.systemLog, parts_.intakeUrl},
           environment_.type, device)),
       offers_(std::make_shared<OfferPipeline>(board, *sessions_, api_, parts_.queue, parts_.background,
-                                                    parts_.log, networkConnected_)),
+                                              parts_.log, networkConnected_, parts_.fetch)),
       events_(std::make_shared<EventReporter>(*sessions_, api_, parts_.queue, parts_.clock, parts_.log,
                                               networkConnected_)) {}
 

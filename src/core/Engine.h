@@ -29,6 +29,7 @@ struct EngineParts {
     SystemLog& systemLog;
     std::string intakeUrl;
     std::unique_ptr<NetworkMonitor> monitor;
+    FetchSettings fetch{};
 };
 
 // Everything offers, sessions and events share: credentials and endpoints

@@ -28,7 +28,8 @@ lxhf::LXCorvaneInternal& Impl::obtainEngine() {
                                   *loggerSlot,
                                   *parts.systemLog,
                                   parts.overrides.intakeUrl.value_or(lxhf::defaultIntakeLogsUrl()),
-                                  parts.makeMonitor ? parts.makeMonitor(env) : nullptr};
+                                  parts.makeMonitor ? parts.makeMonitor(env) : nullptr,
+                                  {parts.fetchPolicy, parts.random}};
     engine = lxhf::LXCorvaneInternal::create(board, std::move(engineParts), token, parts.device->systemVersion(),
                                              parts.device->isTablet(), env);
     return *engine;
@@ -95,6 +96,20 @@ const LXEndpoints& LXHotelsFermoSDK::endpoints() const noexcept {
     if (!impl_->callers.admits("LXHotelsFermoSDK::endpoints")) return *none;
     return impl_->parts.overrides;
 }
+
+bool LXHotelsFermoSDK::setFetchPolicy(LXFetchPolicy policy) {
+    if (!admitsCall("LXHotelsFermoSDK::setFetchPolicy")) return false;
+    if (impl_->engine || !lxhf::usableFetchPolicy(policy)) return false;
+    impl_->parts.fetchPolicy = policy;
+    return true;
+}
+
+const LXFetchPolicy& LXHotelsFermoSDK::fetchPolicy() const noexcept {
+    static const auto* const none = new LXFetchPolicy();
+    if (!impl_->callers.admits("LXHotelsFermoSDK::fetchPolicy")) return *none;
+    return impl_->parts.fetchPolicy;
+}
+
 
 void LXHotelsFermoSDK::updateUser(std::optional<std::string> userId) {
     if (admitsCall("LXHotelsFermoSDK::updateUser")) impl_->obtainEngine().updateUser(userId);

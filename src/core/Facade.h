@@ -12,6 +12,7 @@
 #include "LXHotelsFermo/LXHotelsFermoSDK.h"
 #include "core/CallerCheck.h"
 #include "core/Engine.h"
+#include "core/FetchPolicy.h"
 #include "core/Environment.h"
 #include "infra/LoggerSlot.h"
 #include "platform/DeviceInfo.h"
@@ -34,6 +35,9 @@ struct FacadeParts {
     std::function<std::shared_ptr<CacheDirectory>(const EndpointOverrides&)> makeCache;
     std::function<std::unique_ptr<NetworkMonitor>(const LXEnvironment&)> makeMonitor;
     EndpointOverrides overrides;
+    LXFetchPolicy fetchPolicy;
+    // Uniform in [0, 1), for retry jitter; g_random_double() when absent.
+    std::function<double()> random;
 };
 
 FacadeParts systemParts();

@@ -67,11 +67,12 @@ LXOfferRequest requestFor(const LXRequestOffersBatch& batch) {
 }  // namespace
 
 OfferPipeline::OfferPipeline(OfferBoard& board, SessionSource& sessions, ServiceApi& api, MainQueue& queue,
-                             BackgroundQueue& background, LoggerSlot& log, const bool& networkConnected)
+                             BackgroundQueue& background, LoggerSlot& log, const bool& networkConnected,
+                             FetchSettings fetch)
     : board_(board), sessions_(sessions), api_(api), mainQueue_(queue), background_(background), log_(log),
       networkConnected_(networkConnected),
       debouncer_(std::make_unique<Debouncer>(queue, kOffersDelay, [] {})),
-      fetchingError_(makeError("Error fetching offer")) {}
+      fetchingError_(makeError("Error fetching offer")), fetch_(std::move(fetch)), retries_(queue, fetch_) {}
 
 void OfferPipeline::cacheOffers(const std::vector<LXRoomDetails>& rooms) {
     std::vector<LXRoomDetails> toFetch;
@@ -122,8 +123,16 @@ void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
     // A fresh debouncer abandons the pending run of the old one.
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     debouncer_ = std::make_unique<Debouncer>(mainQueue_, kOffersDelay, [weak] {
-        if (auto self = weak.lock()) self->inTurn([pipeline = self.get()] { pipeline->fetchQueued(); });
+        if (auto self = weak.lock()) {
+            self->inTurn([pipeline = self.get()] {
+                pipeline->fetchDue_ = false;
+                pipeline->fetchQueued();
+            });
+        }
     });
+    // The fetch this trigger ends in takes every failed batch along.
+    retries_.reset();
+    fetchDue_ = networkConnected_;
     if (networkConnected_) debouncer_->call();
 }
 
@@ -152,7 +161,11 @@ std::vector<LXRequestOffersBatch> OfferPipeline::queued() const {
 
 void OfferPipeline::resume() {
     // Rooms still waiting for their turn count as queued.
-    if (!queue_.empty() || !turns_.empty()) debouncer_->call();
+    retries_.reset();
+    if (!queue_.empty() || !turns_.empty()) {
+        fetchDue_ = true;
+        debouncer_->call();
+    }
 }
 
 void OfferPipeline::inTurn(std::function<void()> step) {
@@ -179,8 +192,19 @@ void OfferPipeline::publish() {
 // request is encoded in one go in the background. Batches and room details
 // are immutable once in the snapshot, so the worker may read them.
 void OfferPipeline::fetchQueued() {
-    if (queue_.empty()) return;
-    auto batches = std::make_shared<const std::vector<LXRequestOffersBatch>>(queued());
+    std::vector<std::uint64_t> arrivals;
+    arrivals.reserve(queue_.size());
+    for (const auto& entry : queue_) arrivals.push_back(entry.first);
+    fetchArrivals(std::move(arrivals));
+}
+
+void OfferPipeline::fetchArrivals(std::vector<std::uint64_t> arrivals) {
+    std::erase_if(arrivals, [&](std::uint64_t arrival) { return !queue_.contains(arrival); });
+    if (arrivals.empty()) return;
+    auto snapshot = std::make_shared<std::vector<LXRequestOffersBatch>>();
+    snapshot->reserve(arrivals.size());
+    for (std::uint64_t arrival : arrivals) snapshot->push_back(queue_.at(arrival));
+    std::shared_ptr<const std::vector<LXRequestOffersBatch>> batches = std::move(snapshot);
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     computeInBackground(
         background_,
@@ -190,23 +214,35 @@ void OfferPipeline::fetchQueued() {
             for (const auto& batch : *batches) bodies.push_back(encoder.tryEncode(requestFor(batch)));
             return bodies;
         },
-        [weak, batches](std::vector<Body> bodies) {
+        [weak, batches, arrivals = std::move(arrivals)](std::vector<Body> bodies) mutable {
             auto self = weak.lock();
             if (!self) return;
-            self->fetchBatch(std::make_shared<const Fetch>(Fetch{batches, std::move(bodies)}), 0);
+            auto fetch = std::make_shared<Fetch>(Fetch{std::move(arrivals), batches, std::move(bodies)});
+            // One at a time unless the host asked for more; each finished
+            // batch makes room for the next.
+            for (std::uint32_t i = 0; i < std::max(1u, self->fetch_.policy.maxConcurrentBatches); ++i)
+                self->fetchNext(fetch);
         });
 }
 
-void OfferPipeline::fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t index) {
-    if (index >= fetch->batches->size()) return;
+void OfferPipeline::fetchNext(const std::shared_ptr<Fetch>& fetch) {
+    if (fetch->next >= fetch->batches->size()) return;
+    const std::size_t index = fetch->next++;
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     SharedBatch batch(fetch->batches, &(*fetch->batches)[index]);
     fetchOffers(std::move(batch), fetch->bodies[index], [weak, fetch, index](Outcome outcome) {
         auto self = weak.lock();
         if (!self) return;
-        self->handle((*fetch->batches)[index], std::move(outcome));
-        self->fetchBatch(fetch, index + 1);
+        self->handle(fetch->arrivals[index], (*fetch->batches)[index], std::move(outcome));
+        self->fetchNext(fetch);
     });
+}
+
+// Takes its turn like a debounced fetch. While the path is down the timer's
+// work does nothing: the path coming back fetches the whole queue.
+void OfferPipeline::retry(std::uint64_t arrival) {
+    if (!networkConnected_) return;
+    inTurn([this, arrival] { fetchArrivals({arrival}); });
 }
 
 void OfferPipeline::fetchOffers(SharedBatch batch, Body body, std::function<void(Outcome)> done) {
@@ -222,7 +258,7 @@ void OfferPipeline::fetchOffers(SharedBatch batch, Body body, std::function<void
         if (!self) return;
         if (!session) {
             logError(self->log_, "session.current error: " + session.error().message());
-            return done(makeError(session.error().message()));
+            return done(Failure{makeError(session.error().message()), self->sessions_.lastFailureTransient()});
         }
         if (!body) {
             logWarn(self->log_, "Error encoding fetchOffers requestData:\n" + body.error().description());
@@ -248,9 +284,12 @@ void OfferPipeline::sendOffers(SharedBatch batch, const std::string& url, const 
 // is decoded here: the round trip to the worker, which may be busy with a
 // file's fsyncs, would cost more than the work.
 void OfferPipeline::readAnswer(SharedBatch batch, HttpResult result, std::function<void(Outcome)> done) {
-    if (!result) return done(makeError("fetchOffers URLRequest error: " + result.error().description));
+    if (!result) return done(Failure{makeError("fetchOffers URLRequest error: " + result.error().description), true});
     HttpResponse& response = result.value();
-    if (response.status != api::kCreated) return done(makeError("fetchOffers statusCode error", response.status));
+    if (response.status != api::kCreated) {
+        return done(Failure{makeError("fetchOffers statusCode error", response.status),
+                            transientStatus(response.status), lxhf::retryAfter(response)});
+    }
 
     bool malformedExperiments = false;
     auto flags = decodeExperiments(response.header(api::kExperimentsHeader), malformedExperiments);
@@ -298,14 +337,24 @@ void OfferPipeline::finishReading(Decoded decoded, std::function<void(Outcome)> 
     done(std::move(decoded.matches));
 }
 
-void OfferPipeline::handle(const LXRequestOffersBatch& batch, Outcome outcome) {
+void OfferPipeline::handle(std::uint64_t arrival, const LXRequestOffersBatch& batch, Outcome outcome) {
     if (std::holds_alternative<NoResult>(outcome)) {
         logWarn(log_, "No offers fetched");
-    } else if (const auto* error = std::get_if<LXErrorInfo>(&outcome)) {
-        std::string message = "fetchOffers error message: " + error->message();
-        if (error->code()) message += "\ncode: " + std::to_string(*error->code());
+    } else if (const auto* failure = std::get_if<Failure>(&outcome)) {
+        const LXErrorInfo& error = failure->error;
+        std::string message = "fetchOffers error message: " + error.message();
+        if (error.code()) message += "\ncode: " + std::to_string(*error.code());
         logError(log_, message);
+        if (!retries_.enabled() || !failure->transient || !queue_.contains(arrival)) return;
+        std::weak_ptr<OfferPipeline> weak = weak_from_this();
+        const auto next = retries_.failed(arrival, failure->retryAfter, networkConnected_, [weak, arrival] {
+            if (auto self = weak.lock()) self->retry(arrival);
+        });
+        // Out of attempts: the rooms show the fetching error, as if the
+        // service had answered without them.
+        if (next == BatchRetries::Next::giveUp) applyAnswer(batch, Matches(batch.roomsDetails.size()));
     } else {
+        retries_.forget(arrival);
         applyAnswer(batch, std::get<Matches>(outcome));
     }
 }
@@ -315,7 +364,8 @@ void OfferPipeline::applyAnswer(const LXRequestOffersBatch& batch, const Matches
         if (matches[r]) updateCache(matches[r]);
         else setErrorState(batch.roomsDetails[r]);
     }
-    dropBatchesHolding(batch, batch.roomsDetails);
+    if (fetch_.policy.requeueLateRooms) requeueLateRooms(batch);
+    else dropBatchesHolding(batch, batch.roomsDetails);
     publish();
 }
 
@@ -330,10 +380,43 @@ void OfferPipeline::dropBatchesHolding(const LXRequestOffersBatch& answered, con
         const auto& held = batch->second.roomsDetails;
         if (std::none_of(held.begin(), held.end(), [&](const LXRoomDetails& r) { return gone.contains(r); }))
             return false;
+        retries_.forget(arrival);
         queue_.erase(batch);
         return true;
     });
     if (arrivals->second.empty()) queueByKey_.erase(arrivals);
+}
+
+// Only the answered rooms leave, each once: whatever joined the batch after
+// its request went out stays queued, and is fetched by the debounced fetch
+// its queueing started or, when that has run already, at once.
+void OfferPipeline::requeueLateRooms(const LXRequestOffersBatch& answered) {
+    auto arrivals = queueByKey_.find(roomKeyHash(answered.booking, answered.hotel));
+    if (arrivals == queueByKey_.end()) return;
+    std::unordered_map<LXRoomDetails, std::size_t> left;
+    for (const auto& room : answered.roomsDetails) ++left[room];
+    std::vector<std::uint64_t> kept;
+    std::erase_if(arrivals->second, [&](std::uint64_t arrival) {
+        auto batch = queue_.find(arrival);
+        auto& held = batch->second.roomsDetails;
+        const std::size_t before = held.size();
+        std::erase_if(held, [&](const LXRoomDetails& room) {
+            auto found = left.find(room);
+            if (found == left.end() || found->second == 0) return false;
+            --found->second;
+            return true;
+        });
+        if (held.size() == before) return false;
+        if (!held.empty()) {
+            kept.push_back(arrival);
+            return false;
+        }
+        retries_.forget(arrival);
+        queue_.erase(batch);
+        return true;
+    });
+    if (arrivals->second.empty()) queueByKey_.erase(arrivals);
+    if (!kept.empty() && !fetchDue_ && networkConnected_) inTurn([this, kept] { fetchArrivals(kept); });
 }
 
 void OfferPipeline::updateCache(const OfferBoard::SharedResponse& response) {

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "LXHotelsFermo/LXEnvironmentType.h"
+#include "core/BatchRetries.h"
+#include "core/FetchPolicy.h"
 #include "core/OfferBoard.h"
 #include "core/ServiceApi.h"
 #include "core/SessionSource.h"
@@ -27,33 +29,45 @@ namespace lxhf {
 // `background`; its callbacks hold it weakly and do nothing once the engine
 // is gone. Answers and the host's calls take effect in the order they came,
 // as if each answer were applied the moment it arrived, however long its
-// decoding takes.
+// decoding takes. The host's fetch policy may widen a fetch to several
+// batches at once, retry failed batches on a timer, and keep rooms queued
+// while their batch is in flight; by default it does none of these.
 class OfferPipeline : public std::enable_shared_from_this<OfferPipeline> {
 public:
     OfferPipeline(OfferBoard& board, SessionSource& sessions, ServiceApi& api, MainQueue& queue,
-                  BackgroundQueue& background, LoggerSlot& log, const bool& networkConnected);
+                  BackgroundQueue& background, LoggerSlot& log, const bool& networkConnected,
+                  FetchSettings fetch = {});
 
     void cacheOffers(const std::vector<LXRoomDetails>& rooms);
     void refresh(LXRefresh type);
     void queueRooms(const std::vector<LXRoomDetails>& rooms);
     // The network path became satisfied: fetch what is waiting.
     void resume();
+    // Batches waiting for a retry timer.
+    std::size_t retriesWaiting() const { return retries_.waiting(); }
 
     // The waiting batches in the order they will be fetched.
     std::vector<LXRequestOffersBatch> queued() const;
 
 private:
     struct NoResult {};
+    struct Failure {
+        LXErrorInfo error;
+        bool transient = false;  // the same request may pass later
+        std::optional<Seconds> retryAfter{};
+    };
     // One per room of the batch, in its order; null where the answer had none.
     using Matches = std::vector<OfferBoard::SharedResponse>;
-    using Outcome = std::variant<NoResult, LXErrorInfo, Matches>;
+    using Outcome = std::variant<NoResult, Failure, Matches>;
     using SharedBatch = std::shared_ptr<const LXRequestOffersBatch>;
     // The queue as it stood when the debouncer fired, with each batch's
     // request body.
     using Body = LXResult<std::string, json::EncodingError>;
     struct Fetch {
+        std::vector<std::uint64_t> arrivals;
         std::shared_ptr<const std::vector<LXRequestOffersBatch>> batches;
         std::vector<Body> bodies;
+        std::size_t next = 0;  // the first batch not yet sent
     };
 
     void enqueue(const std::vector<LXRoomDetails>& rooms);
@@ -66,7 +80,9 @@ private:
     void publish();
 
     void fetchQueued();
-    void fetchBatch(std::shared_ptr<const Fetch> fetch, std::size_t index);
+    void fetchArrivals(std::vector<std::uint64_t> arrivals);
+    void fetchNext(const std::shared_ptr<Fetch>& fetch);
+    void retry(std::uint64_t arrival);
     void fetchOffers(SharedBatch batch, Body body, std::function<void(Outcome)> done);
     void sendOffers(SharedBatch batch, const std::string& url, const std::string& body, const std::string& sessionId,
                     std::function<void(Outcome)> done);
@@ -76,9 +92,10 @@ private:
         std::optional<std::string> error;
     };
     void finishReading(Decoded decoded, std::function<void(Outcome)> done);
-    void handle(const LXRequestOffersBatch& batch, Outcome outcome);
+    void handle(std::uint64_t arrival, const LXRequestOffersBatch& batch, Outcome outcome);
     void applyAnswer(const LXRequestOffersBatch& batch, const Matches& matches);
     void dropBatchesHolding(const LXRequestOffersBatch& answered, const std::vector<LXRoomDetails>& rooms);
+    void requeueLateRooms(const LXRequestOffersBatch& answered);
     void updateCache(const OfferBoard::SharedResponse& response);
     void setErrorState(const LXRoomDetails& room);
 
@@ -100,6 +117,10 @@ private:
     std::deque<Turn> turns_;
     bool takingTurns_ = false;
     const LXErrorInfo fetchingError_;
+    const FetchSettings fetch_;
+    BatchRetries retries_;
+    // A debounced fetch is due: rooms left behind by an answer wait for it.
+    bool fetchDue_ = false;
 };
 
 }  // namespace lxhf

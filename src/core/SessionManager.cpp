@@ -9,6 +9,7 @@ namespace {
 const std::string kStoreKey(kSessionStoreKey);
 constexpr std::size_t kMaximumSessionAnswerBytes = 64 * 1024;
 
+constexpr std::string_view kCreationTransferFailure = "createSession URLRequest error: ";
 constexpr std::string_view kRemovalSaveFailure = "Error saving sessionStore to disk on termination";
 
 enum class Saved { yes, noDirectory, failed, superseded };
@@ -141,7 +142,7 @@ void SessionManager::createSession(const LXSessionInputs& inputs) {
 }
 
 LXResult<std::string, LXErrorInfo> SessionManager::readCreation(const HttpResult& result) {
-    if (!result) return makeError("createSession URLRequest error: " + result.error().description);
+    if (!result) return makeError(std::string(kCreationTransferFailure) + result.error().description);
     const HttpResponse& response = result.value();
     if (response.status != api::kCreated) return makeError("createSession statusCode error", response.status);
     // The answer is decoded here, on the main context: a body far larger than
@@ -172,6 +173,9 @@ void SessionManager::finishCreation(const std::optional<std::string>& askedFor,
         return;
     }
     if (!created) {
+        const auto& code = created.error().code();
+        lastFailureTransient_ = code ? (*code == 429 || (*code >= 500 && *code <= 599))
+                                     : created.error().message().starts_with(kCreationTransferFailure);
         const LXErrorInfo failure = makeError(created.error().message());
         for (auto& done : waiting) done(failure);
         return;

@@ -43,6 +43,7 @@ public:
     void loadStoreAhead();
     void currentSessionId(std::function<void(SessionIdResult)> done) override;
     std::optional<std::string> inMemorySessionId() const override;
+    bool lastFailureTransient() const override { return lastFailureTransient_; }
 
     // True when the user changed; the caller then refreshes every offer.
     bool updateUser(const std::optional<std::string>& userId);
@@ -94,6 +95,7 @@ private:
     std::vector<std::function<void()>> waitingForStore_;
     std::optional<std::string> partnerUserId_;
     std::vector<Creation> creations_;
+    bool lastFailureTransient_ = false;
     // What the worker's saves share with the termination write, which cannot
     // wait behind a worker that may be decoding for a while: the two really
     // run at once, so a lock keeps their writes apart. A save writes only if

@@ -19,6 +19,9 @@ public:
     virtual void currentSessionId(std::function<void(SessionIdResult)> done) = 0;
     // The id of the in-memory session, never creating one.
     virtual std::optional<std::string> inMemorySessionId() const = 0;
+    // Whether the failure currentSessionId() handed out last may pass on a
+    // later try: the service unreachable, failing (5xx) or busy (429).
+    virtual bool lastFailureTransient() const { return false; }
 };
 
 }  // namespace lxhf

@@ -69,6 +69,21 @@ gboolean lxhf_sdk_set_endpoints(LxhfSdk* self, const char* api_base, const char*
     return FALSE;
 }
 
+gboolean lxhf_sdk_set_fetch_policy(LxhfSdk* self, guint max_concurrent_batches, gboolean retry,
+                                   gboolean requeue_late_rooms, GError** error) {
+    g_return_val_if_fail(LXHF_IS_SDK(self), FALSE);
+    g_return_val_if_fail(error == nullptr || *error == nullptr, FALSE);
+    if (!self->sdk->admitsCall("lxhf_sdk_set_fetch_policy")) return FALSE;
+    LXFetchPolicy policy;
+    policy.maxConcurrentBatches = max_concurrent_batches;
+    if (retry) policy.retry = LXFetchRetry{};
+    policy.requeueLateRooms = requeue_late_rooms;
+    if (self->sdk->setFetchPolicy(policy)) return TRUE;
+    g_set_error_literal(error, LXHF_ERROR, LXHF_ERROR_FETCH_POLICY_REFUSED,
+                        "A fetch policy needs at least one batch and must be set before the library starts");
+    return FALSE;
+}
+
 void lxhf_sdk_update_user(LxhfSdk* self, const char* user_id) {
     g_return_if_fail(LXHF_IS_SDK(self) && validOptionalText(user_id));
     if (!self->sdk->admitsCall("lxhf_sdk_update_user")) return;

@@ -7,7 +7,8 @@ G_DEFINE_ENUM_TYPE(LxhfError, lxhf_error,
                    G_DEFINE_ENUM_VALUE(LXHF_ERROR_NO_RESPONSE, "no-response"),
                    G_DEFINE_ENUM_VALUE(LXHF_ERROR_NOT_SIGNED_FULL_OFFER, "not-signed-full-offer"),
                    G_DEFINE_ENUM_VALUE(LXHF_ERROR_UNENCODABLE, "unencodable"),
-                   G_DEFINE_ENUM_VALUE(LXHF_ERROR_ENDPOINTS_REFUSED, "endpoints-refused"))
+                   G_DEFINE_ENUM_VALUE(LXHF_ERROR_ENDPOINTS_REFUSED, "endpoints-refused"),
+                   G_DEFINE_ENUM_VALUE(LXHF_ERROR_FETCH_POLICY_REFUSED, "fetch-policy-refused"))
 
 G_DEFINE_ENUM_TYPE(LxhfEnvironment, lxhf_environment,
                    G_DEFINE_ENUM_VALUE(LXHF_ENVIRONMENT_PRODUCTION, "production"),

@@ -44,6 +44,10 @@ class HttpClient {
 public:
     virtual ~HttpClient() = default;
     virtual void send(HttpRequest request, std::function<void(HttpResult)> done) = 0;
+    // Lets up to `requests` requests to one host run at once, without ever
+    // opening more connections to it than that; call before the first
+    // request. A client that has no such limit ignores it.
+    virtual void allowConcurrentRequests(unsigned requests) { (void)requests; }
 };
 
 }  // namespace lxhf

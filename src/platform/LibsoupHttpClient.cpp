@@ -75,6 +75,8 @@ struct LibsoupHttpClient::Network {
     std::map<std::uint64_t, Exchange*> inFlight;
     bool stopping = false;
     ThreadEnd end;
+    unsigned connectionsPerHost = 0;  // 0: libsoup's own limit, two
+    bool used = false;
 
     ~Network() {
         g_main_loop_unref(loop);
@@ -83,6 +85,7 @@ struct LibsoupHttpClient::Network {
     }
 
     void open();
+    void widen(unsigned requests);
     void start(std::uint64_t id, HttpRequest request);
     void answer(std::uint64_t id, HttpResult result);
     void stop();
@@ -253,7 +256,12 @@ gpointer runNetwork(gpointer data) {
 }  // namespace
 
 void Network::open() {
-    session = soup_session_new();
+    // The limits are fixed when a session is made; libsoup queues requests
+    // beyond them, however many the caller started.
+    session = connectionsPerHost == 0
+                  ? soup_session_new()
+                  : soup_session_new_with_options("max-conns-per-host", connectionsPerHost, "max-conns",
+                                                  std::max(connectionsPerHost, 10u), nullptr);
     // The per-request timer is the only clock: the session's own 60 s socket
     // timeout would cut longer requests short with a different message.
     soup_session_set_timeout(session, 0);
@@ -273,8 +281,19 @@ void Network::open() {
     g_object_unref(database);
 }
 
+// Before the first request the session holds no connection yet, so a new
+// one with the wider limit loses nothing.
+void Network::widen(unsigned requests) {
+    if (stopping || used || requests <= std::max(connectionsPerHost, 2u)) return;
+    connectionsPerHost = requests;
+    g_object_unref(session);
+    setupError.reset();
+    open();
+}
+
 void Network::start(std::uint64_t id, HttpRequest request) {
     if (stopping) return;
+    used = true;
     std::unique_ptr<Exchange> exchange(new Exchange(*this, id));
     std::optional<std::string> failure = setupError;
     if (!failure) {
@@ -371,6 +390,10 @@ void LibsoupHttpClient::setStopLimit(std::chrono::milliseconds limit) { stopLimi
 
 void LibsoupHttpClient::runOnNetworkThread(std::function<void()> work) {
     runOn(network_->context, std::move(work));
+}
+
+void LibsoupHttpClient::allowConcurrentRequests(unsigned requests) {
+    runOn(network_->context, [network = network_.get(), requests] { network->widen(requests); });
 }
 
 int LibsoupHttpClient::connectionCount() const { return network_->connections; }

@@ -40,6 +40,8 @@ public:
     LibsoupHttpClient& operator=(const LibsoupHttpClient&) = delete;
 
     void send(HttpRequest request, std::function<void(HttpResult)> done) override;
+    // libsoup keeps two connections per host unless told otherwise.
+    void allowConcurrentRequests(unsigned requests) override;
 
     static constexpr std::chrono::milliseconds kDefaultStopLimit{2000};
     void setStopLimit(std::chrono::milliseconds limit);

@@ -95,6 +95,7 @@ public:
         parts.systemLog = systemLog;
         parts.makeHttp = [this](const EndpointOverrides&) { return http; };
         parts.makeCache = [this](const EndpointOverrides&) -> std::shared_ptr<CacheDirectory> { return cache; };
+        parts.random = [this] { return jitter; };
         parts.makeMonitor = [this](const LXEnvironment&) -> std::unique_ptr<NetworkMonitor> {
             auto made = std::make_unique<ManualNetworkMonitor>(online_);
             monitor = made.get();
@@ -151,6 +152,7 @@ public:
     std::shared_ptr<FixedCacheDirectory> cache = std::make_shared<FixedCacheDirectory>(dir.path());
     std::unique_ptr<LXHotelsFermoSDK> sdk;
     json::Encoder encoder{json::KeyEncoding::convertToSnakeCase};
+    double jitter = 0.5;  // every retry waits half its ceiling
 
 private:
     bool online_;

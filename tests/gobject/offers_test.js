@@ -9,6 +9,7 @@ const sdk = Lxhf.Sdk.get_default();
 const env = name => GLib.getenv(name);
 sdk.set_endpoints(env('LXHF_API_BASE'), env('LXHF_MICROSITE_BASE'), env('LXHF_INTAKE_URL'),
     env('LXHF_CA_FILE'), env('LXHF_CACHE_DIR'));
+sdk.set_fetch_policy(4, true, true);  // throws when refused
 sdk.configure('gjs-token', Lxhf.Environment.STAGING);
 const room = Lxhf.RoomDetails.new_from_json(JSON.stringify({
     booking: {stayDates: {checkIn: '2026-06-12', checkOut: '2026-06-15'}, guests: {adults: 1, children: 0},

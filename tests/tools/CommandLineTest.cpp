@@ -30,6 +30,9 @@ TEST(LxfermoCommandLine, UnusableArgumentsExitWithTwoAndHelpGoesToStdout) {
         {{"host", "--ca-file", "--cache-dir", "/tmp"}, "option '--ca-file' needs a value"},
         {{"host", "stray"}, "unexpected argument 'stray'"},
         {{"sim", "--port", "70000"}, "--port needs a number from 1 to 65535"},
+        {{"host", "--max-concurrent-batches", "0"}, "--max-concurrent-batches wants a whole number from 1 to 64"},
+        {{"host", "--max-concurrent-batches", "two"}, "--max-concurrent-batches wants a whole number"},
+        {{"host", "--retry=3"}, "option '--retry' takes no value"},
         {{"sim", "--port", "12ab"}, "--port needs a number"},
         {{"demo", "--terminal=yes"}, "option '--terminal' takes no value"},
     };

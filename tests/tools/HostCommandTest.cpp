@@ -131,6 +131,29 @@ TEST_F(HostCommand, DrivesOffersAndShownEventsAndKeepsReadingAfterBadLines) {
     EXPECT_EQ(service.count("events/batch"), 1);
 }
 
+TEST_F(HostCommand, TakesTheFetchPolicyFromItsOptions) {
+    testing::Fault slow;
+    slow.delaySeconds = 0.1;
+    service.setFault("sessions", slow);
+    slow.delaySeconds = 2.0;  // outlasts ten TLS handshakes on a loaded machine
+    service.setFault("fermo_offers", slow);
+    Json rooms = Json::array();
+    for (int r = 0; r < 10; ++r)
+        for (int h = 0; h < 10; ++h) rooms.push_back(room("H" + std::to_string(h), "R" + std::to_string(h * 10 + r)));
+    auto args = hostArgs();
+    for (const char* option : {"--max-concurrent-batches", "10", "--retry", "--requeue-late-rooms"})
+        args.push_back(option);
+    LxfermoProcess host(args);
+    cacheUntilAvailable(host, rooms);
+    EXPECT_EQ(service.count("sessions"), 1);
+    EXPECT_EQ(service.count("fermo_offers"), 10);
+    int peak = 0;
+    for (const auto& r : service.requests("fermo_offers")) peak = std::max(peak, r.concurrent);
+    EXPECT_EQ(peak, 10);
+    host.send(Json{{"cmd", "quit"}});
+    EXPECT_EQ(host.exitCode(), 0);
+}
+
 TEST_F(HostCommand, OnlyTerminateEmptiesTheStoredSession) {
     const Json rooms = Json::array({room("H1", "A1")});
     std::string sessionId;

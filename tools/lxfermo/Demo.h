@@ -43,6 +43,8 @@ public:
     std::string purchaseAddress(const LXRoomDetails& room, bool* ok);
     // Reports the room's offer as shown, once per room that has an answer.
     void reportShown(const LXRoomDetails& room);
+    // One line for the log: the fetch policy the demo turned on.
+    std::string fetchPolicyNote() const;
 
     DemoSetup(const DemoSetup&) = delete;
     DemoSetup& operator=(const DemoSetup&) = delete;

@@ -73,6 +73,7 @@ int runTerminal(DemoSetup& demo) {
 
     std::vector<LXRoomDetails> rooms;
     for (const auto& room : demo.rooms()) rooms.push_back(room.details);
+    std::printf("%s\n", demo.fetchPolicyNote().c_str());
     std::printf("Caching offers for %zu rooms at 3 hotels\n", rooms.size());
     sdk.cacheOffers(rooms);
 

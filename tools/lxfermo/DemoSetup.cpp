@@ -91,6 +91,13 @@ std::unique_ptr<DemoSetup> DemoSetup::start() {
         std::fprintf(stderr, "lxfermo demo: the library is already in use and cannot be pointed at the service\n");
         return nullptr;
     }
+    // The demo fetches as we would advise a host to: its hotels at once,
+    // failures retried, no room left loading.
+    LXFetchPolicy policy;
+    policy.maxConcurrentBatches = 3;
+    policy.retry = LXFetchRetry{};
+    policy.requeueLateRooms = true;
+    sdk.setFetchPolicy(policy);
     sdk.configure(kDemoToken, LXEnvironmentType::staging);
 
     for (const auto& sample : kSampleRooms) {
@@ -104,6 +111,15 @@ std::unique_ptr<DemoSetup> DemoSetup::start() {
         demo->rooms_.push_back({*room, std::string(sample.hotelName) + " · " + sample.roomName});
     }
     return demo;
+}
+
+std::string DemoSetup::fetchPolicyNote() const {
+    const LXFetchPolicy& policy = LXHotelsFermoSDK::shared().fetchPolicy();
+    if (policy == LXFetchPolicy{}) return "Fetch policy: off (batches one after another, no retries)";
+    std::string note = "Fetch policy on: up to " + std::to_string(policy.maxConcurrentBatches) + " batches at once";
+    if (policy.retry) note += ", failed batches retried with backoff";
+    if (policy.requeueLateRooms) note += ", late rooms requeued";
+    return note;
 }
 
 DemoSetup::~DemoSetup() {

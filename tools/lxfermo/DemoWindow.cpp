@@ -254,6 +254,7 @@ bool runDemoWindow(DemoSetup& demo, int& exitCode) {
     ui.loop = g_main_loop_new(nullptr, FALSE);
     ui.build();
     ui.append("Test service at " + demo.service().baseUrl());
+    ui.append(demo.fetchPolicyNote());
     ui.subscription = demo.sdk().subscribeFermoOffers([&ui](const LXHotelsFermoSDK::Offers& offers) { ui.update(offers); });
 
     std::vector<LXRoomDetails> rooms;

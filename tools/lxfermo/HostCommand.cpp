@@ -33,6 +33,9 @@ const std::vector<OptionInfo> kHostOptions = {
     {"ca-file", "FILE", "extra CA certificate to trust (PEM)"},
     {"cache-dir", "DIR", "where the session file is kept"},
     {"intake-url", "URL", "log intake URL"},
+    {"max-concurrent-batches", "N", "offer batches in flight at once, 1 to 64 (default 1)"},
+    {"retry", "", "retry failed batches with backoff: 1 s doubling to 60 s, with jitter"},
+    {"requeue-late-rooms", "", "fetch rooms queued while their batch is in flight next"},
 };
 
 constexpr const char* kHostSummary =
@@ -82,10 +85,11 @@ const char* actionName(LXPurchasePageAction::Kind kind) {
 
 class HostSession {
 public:
-    HostSession(LXEndpoints endpoints, GMainLoop* loop)
+    HostSession(LXEndpoints endpoints, LXFetchPolicy policy, GMainLoop* loop)
         : sdk_(LXHotelsFermoSDK::shared()), loop_(loop), cancellable_(g_cancellable_new()) {
-        // Nothing has used the facade yet, so this cannot be refused.
+        // Nothing has used the facade yet, so neither can be refused.
         sdk_.setEndpoints(std::move(endpoints));
+        sdk_.setFetchPolicy(policy);
         GInputStream* stdinStream = g_unix_input_stream_new(0, FALSE);
         input_ = g_data_input_stream_new(stdinStream);
         g_object_unref(stdinStream);
@@ -351,12 +355,24 @@ int runHost(const std::vector<std::string>& args) {
         if (*path) *path = std::filesystem::absolute(**path, ignored).string();
     }
 
+    LXFetchPolicy policy;
+    if (const std::string* text = options->value("max-concurrent-batches")) {
+        const auto batches = parseInteger(*text, 1, 64);
+        if (!batches) {
+            complain("host", "--max-concurrent-batches wants a whole number from 1 to 64");
+            return kUsageError;
+        }
+        policy.maxConcurrentBatches = static_cast<std::uint32_t>(*batches);
+    }
+    if (options->has("retry")) policy.retry = LXFetchRetry{};
+    policy.requeueLateRooms = options->has("requeue-late-rooms");
+
     // A reader that goes away must not kill us mid-write.
     std::signal(SIGPIPE, SIG_IGN);
     GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
     int code = 0;
     {
-        HostSession session(std::move(endpoints), loop);
+        HostSession session(std::move(endpoints), policy, loop);
         session.start();
         g_main_loop_run(loop);
         code = session.exitCode();

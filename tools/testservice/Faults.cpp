@@ -51,19 +51,28 @@ bool parseOne(const std::string& path, const json& entry, Fault& fault, std::str
 }
 }  // namespace
 
-bool parseFaults(std::string_view jsonText, std::map<std::string, Fault>& out, std::string& error) {
+bool parseFaults(std::string_view jsonText, std::map<std::string, std::deque<Fault>>& out, std::string& error) {
     const json document = parseJson(jsonText);
     if (document.is_discarded() || !document.is_object()) {
         error = "faults must be a JSON object keyed by path";
         return false;
     }
-    std::map<std::string, Fault> parsed;
+    std::map<std::string, std::deque<Fault>> parsed;
     for (const auto& [path, entry] : document.items()) {
-        Fault fault;
-        if (!parseOne(path, entry, fault, error)) return false;
-        parsed[normalisePath(path)] = std::move(fault);
+        // An array: faults applied in turn, each for its count of calls.
+        const json& list = entry.is_array() ? entry : json::array({entry});
+        if (list.empty()) {
+            error = "fault for " + path + ": an empty list";
+            return false;
+        }
+        auto& faults = parsed[normalisePath(path)];
+        for (const auto& item : list) {
+            Fault fault;
+            if (!parseOne(path, item, fault, error)) return false;
+            faults.push_back(std::move(fault));
+        }
     }
-    for (auto& [path, fault] : parsed) out[path] = std::move(fault);
+    for (auto& [path, faults] : parsed) out[path] = std::move(faults);
     return true;
 }
 

@@ -44,6 +44,13 @@ RecordedRequest readRequest(SoupServerMessage* msg) {
     request.path = g_uri_get_path(uri);
     if (const char* query = g_uri_get_query(uri)) request.query = query;
     request.queryItems = parseQuery(request.query);
+    request.httpVersion = soup_server_message_get_http_version(msg) == SOUP_HTTP_2_0 ? "HTTP/2" : "HTTP/1.1";
+    if (GSocketAddress* peer = soup_server_message_get_remote_address(msg); G_IS_INET_SOCKET_ADDRESS(peer)) {
+        auto* inet = G_INET_SOCKET_ADDRESS(peer);
+        gchar* host = g_inet_address_to_string(g_inet_socket_address_get_address(inet));
+        request.peer = std::string(host) + ":" + std::to_string(g_inet_socket_address_get_port(inet));
+        g_free(host);
+    }
 
     SoupMessageHeadersIter iter;
     soup_message_headers_iter_init(&iter, soup_server_message_get_request_headers(msg));
@@ -119,11 +126,13 @@ void respond(SoupServerMessage* msg, const Answer& answer) {
 
 // An answer held back by a fault's delay; the message stays paused meanwhile.
 struct Delayed {
+    State* state = nullptr;
     State::Server* server = nullptr;
     SoupServerMessage* msg = nullptr;
     Answer answer;
     GSource* source = nullptr;
     bool finished = false;  // the client went away first
+    std::string path;
 };
 
 }  // namespace
@@ -151,16 +160,24 @@ gboolean deliverDelayed(gpointer data) {
     return G_SOURCE_REMOVE;
 }
 
+void closeRequest(State& state, const std::string& path) {
+    std::lock_guard lock(state.mutex);
+    if (auto found = state.open.find(path); found != state.open.end() && --found->second <= 0) state.open.erase(found);
+}
+
 void releaseDelayed(gpointer data) {
     auto* delayed = static_cast<Delayed*>(data);
+    closeRequest(*delayed->state, delayed->path);
     delayed->server->pending.erase(delayed);
     g_signal_handlers_disconnect_by_data(delayed->msg, delayed);
     g_object_unref(delayed->msg);
     delete delayed;
 }
 
-void answerLater(State::Server& server, SoupServerMessage* msg, Answer answer, double seconds) {
-    auto* delayed = new Delayed{&server, SOUP_SERVER_MESSAGE(g_object_ref(msg)), std::move(answer)};
+void answerLater(State& state, std::string path, SoupServerMessage* msg, Answer answer, double seconds) {
+    State::Server& server = *state.server;
+    auto* delayed = new Delayed{&state, &server, SOUP_SERVER_MESSAGE(g_object_ref(msg)), std::move(answer),
+                                nullptr, false, std::move(path)};
     g_signal_connect(msg, "finished", G_CALLBACK(onFinished), delayed);
     soup_server_message_pause(msg);
     delayed->source = g_timeout_source_new(static_cast<guint>(seconds * 1000.0));
@@ -187,19 +204,23 @@ void handle(SoupServer*, SoupServerMessage* msg, const char*, GHashTable*, gpoin
         request.accepted = answer.reason.empty();
         request.reason = answer.reason;
         request.notes = answer.notes;
-        if (auto found = state.faults.find(request.path); found != state.faults.end()) {
-            fault = found->second;
-            if (found->second.count > 0 && --found->second.count == 0) state.faults.erase(found);
+        if (auto found = state.faults.find(request.path); found != state.faults.end() && !found->second.empty()) {
+            Fault& first = found->second.front();
+            fault = first;
+            if (first.count > 0 && --first.count == 0) found->second.pop_front();
+            if (found->second.empty()) state.faults.erase(found);
         }
         request.faulted = fault.has_value();
-        state.records.push_back(std::move(request));
+        request.concurrent = ++state.open[request.path];
+        state.records.push_back(request);
     }
     state.changed.notify_all();
     if (fault) applyFault(answer, *fault);
     if (fault && fault->delaySeconds > 0) {
-        answerLater(*state.server, msg, std::move(answer), fault->delaySeconds);
+        answerLater(state, request.path, msg, std::move(answer), fault->delaySeconds);
     } else {
         respond(msg, answer);
+        closeRequest(state, request.path);
     }
 }
 

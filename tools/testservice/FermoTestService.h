@@ -83,6 +83,11 @@ struct RecordedRequest {
     std::string reason;               // why it was refused; empty when accepted
     std::vector<std::string> notes;   // tolerated oddities, e.g. an empty bearer token
     bool faulted = false;             // a scripted fault changed the answer
+    // Requests to the same path received and not yet answered when this one
+    // came, this one included: above 1, they overlapped.
+    int concurrent = 0;
+    std::string peer;         // the client's address and port: one per connection
+    std::string httpVersion;  // "HTTP/1.1" or "HTTP/2"
 
     std::optional<std::string> header(std::string_view name) const;  // case-insensitive
     std::optional<std::string> queryValue(std::string_view name) const;
@@ -134,10 +139,15 @@ public:
     void setExperiments(std::optional<std::string> experimentsJson);  // nullopt: header left out
     void setPurchaseScript(PurchaseScript script);  // used when the page has no lxtest flag
 
+    // Replaces the path's faults by this one.
     void setFault(std::string_view path, Fault fault);
+    // Applies `fault` once those set before it are spent (their counts run out).
+    void addFault(std::string_view path, Fault fault);
     void clearFaults();
     // {"<path>": {"status": 500, "body": "...", "headers": {"x": "y", "z": null},
     //             "delay": 1.5, "drop": false, "truncate": 200, "count": 2}, ...}
+    // A path may take an array of such faults, applied in turn, each for its
+    // count of calls: [{"status": 503, "count": 2}, {"delay": 0.1}].
     bool loadFaults(std::string_view jsonText, std::string* error = nullptr);
     // Room outcomes from JSON, {"<room id>": "<outcome name>", ...}. False,
     // changing nothing, when the text is not such an object.

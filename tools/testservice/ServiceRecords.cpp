@@ -69,7 +69,12 @@ void FermoTestService::setPurchaseScript(PurchaseScript script) {
 
 void FermoTestService::setFault(std::string_view path, Fault fault) {
     std::lock_guard lock(state_->mutex);
-    state_->faults[normalisePath(path)] = std::move(fault);
+    state_->faults[normalisePath(path)] = {std::move(fault)};
+}
+
+void FermoTestService::addFault(std::string_view path, Fault fault) {
+    std::lock_guard lock(state_->mutex);
+    state_->faults[normalisePath(path)].push_back(std::move(fault));
 }
 
 void FermoTestService::clearFaults() {
@@ -78,14 +83,14 @@ void FermoTestService::clearFaults() {
 }
 
 bool FermoTestService::loadFaults(std::string_view jsonText, std::string* error) {
-    std::map<std::string, Fault> parsed;
+    std::map<std::string, std::deque<Fault>> parsed;
     std::string reason;
     if (!parseFaults(jsonText, parsed, reason)) {
         if (error) *error = reason;
         return false;
     }
     std::lock_guard lock(state_->mutex);
-    for (auto& [path, fault] : parsed) state_->faults[path] = std::move(fault);
+    for (auto& [path, faults] : parsed) state_->faults[path] = std::move(faults);
     return true;
 }
 

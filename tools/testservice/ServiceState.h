@@ -6,6 +6,7 @@
 #include "FermoTestService.h"
 
 #include <condition_variable>
+#include <deque>
 #include <mutex>
 #include <set>
 
@@ -39,7 +40,10 @@ struct FermoTestService::State {
 
     std::vector<RecordedRequest> records;
     std::vector<nlohmann::json> logs;
-    std::map<std::string, Fault> faults;
+    // Per path, faults applied in turn: the first until its count is spent.
+    std::map<std::string, std::deque<Fault>> faults;
+    // Per path, requests received and not yet answered.
+    std::map<std::string, int> open;
     std::map<std::string, Outcome> outcomes;
     std::set<std::string> sessions;
     std::set<std::string> offerIds;
@@ -84,7 +88,7 @@ std::vector<QueryItem> parseQuery(std::string_view query);
 std::string normalisePath(std::string_view path);
 
 // Faults as written in a faults document; false with a reason on bad input.
-bool parseFaults(std::string_view jsonText, std::map<std::string, Fault>& out, std::string& error);
+bool parseFaults(std::string_view jsonText, std::map<std::string, std::deque<Fault>>& out, std::string& error);
 
 // Writes a CA and a server certificate for 127.0.0.1 into a new temp dir.
 struct CertificateFiles {

@@ -1,0 +1,105 @@
+// Settle time of 100 rooms in 10 hotels against the local HTTPS service when
+// every "sessions" and "fermo_offers" answer comes 0.1 s late, as on a mobile
+// or transatlantic round trip: batches one after another (the default)
+// against up to ten at once. Wall time from cacheOffers to the last room
+// available, debounce included.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "BenchRooms.h"
+#include "LocalService.h"
+#include "platform/LibsoupHttpClient.h"
+
+namespace lxhf::bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr int kRooms = 100;
+constexpr double kAnswerDelay = 0.1;
+
+struct Settled {
+    double seconds = 0;
+    int connections = 0;
+};
+
+Settled settle(const std::vector<LXRoomDetails>& rooms, std::uint32_t width) {
+    auto& svc = localService();
+    test::TempDir cache;
+    LibsoupHttpClient* client = nullptr;
+    FacadeParts parts = systemParts();
+    parts.makeHttp = [&client](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
+        auto made = std::make_shared<LibsoupHttpClient>(std::filesystem::path(*o.caFile));
+        client = made.get();
+        return made;
+    };
+    parts.makeMonitor = [](const LXEnvironment&) -> std::unique_ptr<NetworkMonitor> {
+        return std::make_unique<test::ManualNetworkMonitor>(true);
+    };
+    auto sdk = FacadeAccess::make(std::move(parts));
+    sdk->setEndpoints(
+        LXEndpoints{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(), svc.caFile(), cache.path().string()});
+    LXFetchPolicy policy;
+    policy.maxConcurrentBatches = width;
+    if (!sdk->setFetchPolicy(policy)) benchFailure("the fetch policy was refused");
+    sdk->configure("bench-token", LXEnvironmentType::staging);
+
+    bool settled = false;
+    Clock::time_point end;
+    auto subscription = sdk->subscribeFermoOffers([&](const LXHotelsFermoSDK::Offers& offers) {
+        if (settled || offers.size() != rooms.size()) return;
+        if (std::ranges::all_of(offers, [](const LXFermoOffer& o) {
+                return o.state.kind() == LXFermoOfferState::Kind::available;
+            })) {
+            settled = true;
+            end = Clock::now();
+        }
+    });
+    const auto start = Clock::now();
+    sdk->cacheOffers(rooms);
+    iterateUntil([&] { return settled; });
+    Settled run{std::chrono::duration<double>(end - start).count(), client ? client->connectionCount() : 0};
+    subscription = {};
+    sdk.reset();
+    return run;
+}
+
+void BM_SettleWithSlowAnswers(benchmark::State& state) {
+    const auto width = static_cast<std::uint32_t>(state.range(0));
+    const auto rooms = benchRooms(kRooms);
+    auto& svc = localService();
+    testing::Fault slow;
+    slow.delaySeconds = kAnswerDelay;
+    svc.setFault("sessions", slow);
+    svc.setFault("fermo_offers", slow);
+    settle(rooms, width);  // the first TLS use in a process loads the trust store
+    double sessions = 0, offers = 0, connections = 0, peak = 0;
+    for (auto _ : state) {
+        svc.clear();
+        const Settled run = settle(rooms, width);
+        state.SetIterationTime(run.seconds);
+        sessions += svc.count("sessions");
+        offers += svc.count("fermo_offers");
+        connections += run.connections;
+        for (const auto& r : svc.requests("fermo_offers")) peak = std::max(peak, double(r.concurrent));
+    }
+    svc.clearFaults();
+    const double n = double(state.iterations());
+    state.counters["session_calls"] = sessions / n;
+    state.counters["offers_calls"] = offers / n;
+    state.counters["connections"] = connections / n;
+    state.counters["peak_in_flight"] = peak;
+}
+
+BENCHMARK(BM_SettleWithSlowAnswers)
+    ->ArgName("maxConcurrentBatches")
+    ->Arg(1)
+    ->Arg(10)
+    ->UseManualTime()
+    ->Iterations(10)
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace lxhf::bench

@@ -1,0 +1,34 @@
+#include "core/BatchRetries.h"
+
+#include <algorithm>
+
+namespace lxhf {
+
+BatchRetries::BatchRetries(MainQueue& queue, FetchSettings settings) : queue_(queue), settings_(std::move(settings)) {}
+
+BatchRetries::Next BatchRetries::failed(std::uint64_t arrival, std::optional<Seconds> serviceAsked, bool online,
+                                        std::function<void()> fetchAgain) {
+    const LXFetchRetry& retry = *settings_.policy.retry;
+    Batch& batch = batches_[arrival];
+    ++batch.failures;
+    if (retry.maxAttempts && batch.failures >= *retry.maxAttempts) {
+        batches_.erase(arrival);
+        return Next::giveUp;
+    }
+    // Offline, the path coming back fetches the queue, this batch with it.
+    // A timer already set (two fetches held the batch) stays as it is.
+    if (!online || batch.timer) return Next::wait;
+    const Seconds delay = retryDelay(retry, batch.failures, serviceAsked, settings_.random);
+    batch.timer = queue_.postAfter(delay, [this, arrival, fetchAgain = std::move(fetchAgain)] {
+        // The count stays: a failure of this retry doubles the wait.
+        if (auto found = batches_.find(arrival); found != batches_.end()) found->second.timer.reset();
+        fetchAgain();
+    });
+    return Next::wait;
+}
+
+std::size_t BatchRetries::waiting() const {
+    return std::ranges::count_if(batches_, [](const auto& entry) { return entry.second.timer != nullptr; });
+}
+
+}  // namespace lxhf
