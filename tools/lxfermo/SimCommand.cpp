@@ -259,7 +259,8 @@ int runInBackground(const SimSetup& setup) {
     Signals signals(loop);
     Running running;
     std::string error, text;
-    if (!start(setup, true, running, &error)) {
+    const bool started = start(setup, true, running, &error);
+    if (!started) {
         text = error;
     } else {
         text = "export";
@@ -273,7 +274,7 @@ int runInBackground(const SimSetup& setup) {
         sent += static_cast<std::size_t>(n);
     }
     close(report[1]);
-    if (!running.service) {
+    if (!started) {
         running.stop();
         _exit(1);
     }
