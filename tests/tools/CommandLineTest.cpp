@@ -35,6 +35,7 @@ TEST(LxfermoCommandLine, UnusableArgumentsExitWithTwoAndHelpGoesToStdout) {
         {{"sim", "--port", "12ab"}, "--port needs a number"},
         {{"demo", "--terminal=yes"}, "option '--terminal' takes no value"},
         {{"sim", "--"}, "'--' needs a command after it"},
+        {{"sim", "--", ""}, "'--' needs a command after it"},
         {{"sim", "--print-env", "--", "true"}, "--print-env and a command are alternatives"},
     };
     for (const auto& [args, message] : cases) {

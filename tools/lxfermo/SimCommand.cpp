@@ -294,7 +294,7 @@ int runSim(const std::vector<std::string>& allArgs) {
     const auto parsed = optionsOrExit("sim", kSimSummary, args, kSimOptions);
     const auto* options = std::get_if<ParsedOptions>(&parsed);
     if (!options) return std::get<int>(parsed);
-    if (command && command->empty()) {
+    if (command && (command->empty() || command->front().empty())) {
         complain("sim", "'--' needs a command after it (see lxfermo sim --help)");
         return kUsageError;
     }
