@@ -2,12 +2,11 @@
 # gobject-introspection looks for it, and its pkg-config file.
 set_target_properties(lxhf_gobject PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS lxhf_gobject
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev)
-install(DIRECTORY include/lxhf DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ui_runtime NAMELINK_COMPONENT ui_dev)
+lxhf_no_runpath_in_usr(lxhf_gobject ${CMAKE_INSTALL_LIBDIR} ui_runtime)
+install(DIRECTORY include/lxhf DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ui_dev)
 install(FILES ${PROJECT_BINARY_DIR}/src/gobject/Lxhf-1.0.gir
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/gir-1.0 COMPONENT dev)
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/gir-1.0 COMPONENT ui_dev)
 install(FILES ${PROJECT_BINARY_DIR}/src/gobject/Lxhf-1.0.typelib
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/girepository-1.0 COMPONENT gir)
-configure_file(cmake/lxhotelsfermo-gobject.pc.in lxhotelsfermo-gobject.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/lxhotelsfermo-gobject.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+lxhf_install_pc(lxhotelsfermo-gobject ui_dev)

@@ -3,7 +3,7 @@
 
 `./dev demo --python` runs it against the local test service. When the
 LXHF_API_BASE, LXHF_MICROSITE_BASE, LXHF_INTAKE_URL, LXHF_CA_FILE and
-LXHF_CACHE_DIR variables are set (tools/with-sim.sh sets them), it talks to
+LXHF_CACHE_DIR variables are set (`lxfermo sim -- COMMAND` sets them), it talks to
 that service instead of the real one.
 """
 

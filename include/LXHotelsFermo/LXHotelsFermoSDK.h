@@ -14,6 +14,7 @@
 #include "LXHotelsFermo/LXExport.h"
 #include "LXHotelsFermo/LXFermoOffer.h"
 #include "LXHotelsFermo/LXFetchPolicy.h"
+#include "LXHotelsFermo/LXOfferTerms.h"
 #include "LXHotelsFermo/LXPublisher.h"
 #include "LXHotelsFermo/LXPurchasePage.h"
 #include "LXHotelsFermo/LXResult.h"
@@ -80,6 +81,9 @@ public:
     // Changes each time the service's answer for `room` is replaced; 0
     // while there is none.
     std::uint64_t offerResponseRevision(const LXRoomDetails& room) const;
+    // The terms of `room`'s offer when its latest answer is a signed full
+    // offer, as the service sent them; nothing otherwise. Read-only.
+    std::optional<LXOfferTerms> offerTerms(const LXRoomDetails& room) const;
     // Call each time the room's button appears: reports its offer as shown
     // (sent in batches), or logs that the room has no answer yet.
     void reportShown(const LXRoomDetails& room);

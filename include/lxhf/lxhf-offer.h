@@ -5,6 +5,7 @@
 #include <glib-object.h>
 
 #include <lxhf/lxhf-export.h>
+#include <lxhf/lxhf-offer-terms.h>
 #include <lxhf/lxhf-room-details.h>
 #include <lxhf/lxhf-types.h>
 
@@ -16,6 +17,7 @@ G_BEGIN_DECLS
  * An item of the offers model (lxhf_sdk_get_offers()). Its room never
  * changes; its state does, announced on the main context by
  * "notify::state", and by "notify::error-message" when the message changes.
+ * Its terms are announced by "notify::terms" when they change.
  */
 #define LXHF_TYPE_OFFER (lxhf_offer_get_type())
 LXHF_API G_DECLARE_FINAL_TYPE(LxhfOffer, lxhf_offer, LXHF, OFFER, GObject)
@@ -43,5 +45,15 @@ LXHF_API LxhfOfferState lxhf_offer_get_state(LxhfOffer* self);
  * Returns: (nullable): why the offer is in error; %NULL in any other state
  */
 LXHF_API const char* lxhf_offer_get_error_message(LxhfOffer* self);
+
+/**
+ * lxhf_offer_get_terms:
+ * @self: an offer
+ *
+ * Returns: (transfer none) (nullable): the terms of the room's offer when
+ *   the service's latest answer for it is a signed full offer, as it sent
+ *   them; %NULL otherwise
+ */
+LXHF_API LxhfOfferTerms* lxhf_offer_get_terms(LxhfOffer* self);
 
 G_END_DECLS

@@ -6,10 +6,12 @@
 
 #include <lxhf/lxhf.h>
 
+#include <optional>
 #include <string>
 
 #include "LXHotelsFermo/LXFermoOffer.h"
 #include "LXHotelsFermo/LXHotelsFermoSDK.h"
+#include "LXHotelsFermo/LXOfferTerms.h"
 #include "LXHotelsFermo/LXRoomDetails.h"
 
 namespace lxhf::gobject {
@@ -20,9 +22,12 @@ LxhfRoomDetails* roomDetailsNew(LXRoomDetails room);
 bool holdsRoom(LxhfRoomDetails* room);
 const LXRoomDetails& roomOf(LxhfRoomDetails* room);
 
-LxhfOffer* offerNew(const LXFermoOffer& offer);
+LxhfOfferTerms* offerTermsNew(LXOfferTerms terms);
+const LXOfferTerms& termsOf(LxhfOfferTerms* terms);
+
+LxhfOffer* offerNew(const LXFermoOffer& offer, const std::optional<LXOfferTerms>& terms);
 // Notifies only what differs from what the item shows.
-void offerUpdate(LxhfOffer* item, const LXFermoOfferState& state);
+void offerUpdate(LxhfOffer* item, const LXFermoOfferState& state, const std::optional<LXOfferTerms>& terms);
 
 // A model of LxhfOffer items following `sdk`'s published offers.
 GListModel* offerListNew(LXHotelsFermoSDK& sdk);

@@ -78,11 +78,12 @@ void followOnce(LxhfOfferList* self, const LXHotelsFermoSDK::Offers& offers) {
     for (; same < std::min<std::size_t>(shown, offers.size()); ++same) {
         auto* item = static_cast<LxhfOffer*>(g_ptr_array_index(self->items, same));
         if (!showsRoom(item, offers[same])) break;
-        offerUpdate(item, offers[same].state);
+        offerUpdate(item, offers[same].state, self->sdk->offerTerms(offers[same].roomDetails()));
     }
     if (same == shown && offers.size() == shown) return;
     g_ptr_array_remove_range(self->items, same, shown - same);
-    for (std::size_t i = same; i < offers.size(); ++i) g_ptr_array_add(self->items, offerNew(offers[i]));
+    for (std::size_t i = same; i < offers.size(); ++i)
+        g_ptr_array_add(self->items, offerNew(offers[i], self->sdk->offerTerms(offers[i].roomDetails())));
     g_list_model_items_changed(G_LIST_MODEL(self), same, shown - same, self->items->len - same);
 }
 

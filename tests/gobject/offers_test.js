@@ -1,6 +1,6 @@
 // The Lxhf API from GJS, shortened: one room against `lxfermo sim --page
 // close`, from loading to available, then its purchase page, closed by the page.
-// usage: with-sim.sh ... -- gjs offers_test.js
+// usage: lxfermo sim ... -- gjs offers_test.js
 imports.gi.versions.Gtk = '4.0';
 const {GLib, Gtk, Lxhf} = imports.gi;
 

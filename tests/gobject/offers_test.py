@@ -3,7 +3,7 @@ purchase` with the example's outcomes: the offers model, the offer button
 and the purchase page, seen from PyGObject as a host sees them.
 Expect g_return criticals from the bare room near the end.
 
-usage: with-sim.sh ... -- python3 offers_test.py EXAMPLE_DIR
+usage: lxfermo sim ... -- python3 offers_test.py EXAMPLE_DIR
 """
 
 import json
@@ -47,13 +47,15 @@ def main(example_dir):
     GLib.timeout_add(50, lambda: True)  # so wait_until never sleeps past its deadline
     sdk = fermo_rooms.start_library()
     model = sdk.get_offers()
-    changes, states = [], {}
+    changes, states, terms = [], {}, {}
 
     def on_items_changed(_model, position, removed, added):
         changes.append((position, removed, added))
         for offer in (model.get_item(i) for i in range(position, position + added)):
             history = states.setdefault(offer.get_room().get_room_id(), [offer.props.state])
             offer.connect("notify::state", lambda o, _pspec, h=history: h.append(o.props.state))
+            shown = terms.setdefault(offer.get_room().get_room_id(), [offer.props.terms])
+            offer.connect("notify::terms", lambda o, _pspec, t=shown: t.append(o.get_terms()))
 
     model.connect("items-changed", on_items_changed)
     window = fermo_rooms.RoomsWindow(None, sdk)
@@ -68,6 +70,15 @@ def main(example_dir):
                      "MAR-201": [State.LOADING, State.ERROR]}, f"each room's states, got {states}")
     check(model.get_item(2).props.error_message, "an offer in error says why")
     check(model.get_item(0).props.error_message is None, "an available offer has no error message")
+    # The service holds the room's price and asks a tenth of it as deposit.
+    held = terms["AUR-101"]
+    check(len(held) == 2 and held[0] is None and held[1] is model.get_item(0).props.terms,
+          f"the available room's terms are announced once, got {held}")
+    check((held[1].get_frozen_price(), held[1].props.deposit, held[1].get_currency()) == ("189.00", "18.90", "EUR"),
+          f"the terms as the service sent them, got {held[1].props.frozen_price} {held[1].props.deposit}")
+    check(held[1].get_offer_expiry().endswith("Z") and held[1].props.freeze_expiry > held[1].props.offer_expiry,
+          "the expiries as the service sent them")
+    check(terms["AUR-102"] == [None] and terms["MAR-201"] == [None], f"other rooms have no terms, got {terms}")
 
     try:
         sdk.get_purchase_address(rooms[2])

@@ -11,6 +11,19 @@ consumer() { # consumer NAME [cmake args...]: configures and builds the CMake co
   cmake --build "$dir" >/dev/null
 }
 
+pc_dir_without_gtk() { # pc_dir_without_gtk DIR: fills DIR with links to the system's pkg-config files but GTK's and WebKitGTK's
+  local dir
+  mkdir -p "$1"
+  IFS=: read -ra pc_dirs <<<"$(pkg-config --variable pc_path pkg-config)"
+  for dir in "${pc_dirs[@]}"; do
+    for pc in "$dir"/*.pc; do
+      case $(basename "$pc") in gtk4*|webkitgtk-6.0*|javascriptcoregtk-6.0*) continue ;; esac
+      [ -e "$pc" ] && [ ! -e "$1/$(basename "$pc")" ] && ln -s "$pc" "$1/"
+    done
+  done
+  return 0
+}
+
 typelib_loads() { # typelib_loads LIBDIR: the Python example imports, and Lxhf loads from LIBDIR alone
   GI_TYPELIB_PATH="$1/girepository-1.0" LD_LIBRARY_PATH="$1" \
     /usr/bin/python3 - "$1" "$source/../../examples/python" <<'PY'

@@ -21,14 +21,7 @@ ui_lib=$libdir/libLXHotelsFermoUI.so.1
 step "CMake package, core alone, without GTK's or WebKitGTK's pkg-config files"
 # As on a machine without their development packages.
 nogtk=$work/pkgconfig-nogtk
-mkdir "$nogtk"
-IFS=: read -ra pc_dirs <<<"$(pkg-config --variable pc_path pkg-config)"
-for dir in "${pc_dirs[@]}"; do
-  for pc in "$dir"/*.pc; do
-    case $(basename "$pc") in gtk4*|webkitgtk-6.0*) continue ;; esac
-    [ -e "$pc" ] && [ ! -e "$nogtk/$(basename "$pc")" ] && ln -s "$pc" "$nogtk/"
-  done
-done
+pc_dir_without_gtk "$nogtk"
 export PKG_CONFIG_LIBDIR=$nogtk PKG_CONFIG_PATH=
 consumer core -DLXHF_COMPONENTS=core
 "$work/core/consumer"

@@ -2,10 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "LxfermoProcess.h"
 #include "platform/LibsoupHttpClient.h"
@@ -35,6 +37,9 @@ TEST(LxfermoCommandLine, UnusableArgumentsExitWithTwoAndHelpGoesToStdout) {
         {{"host", "--retry=3"}, "option '--retry' takes no value"},
         {{"sim", "--port", "12ab"}, "--port needs a number"},
         {{"demo", "--terminal=yes"}, "option '--terminal' takes no value"},
+        {{"sim", "--"}, "'--' needs a command after it"},
+        {{"sim", "--", ""}, "'--' needs a command after it"},
+        {{"sim", "--print-env", "--", "true"}, "--print-env and a command are alternatives"},
     };
     for (const auto& [args, message] : cases) {
         SCOPED_TRACE(::testing::PrintToString(args));
@@ -224,6 +229,101 @@ TEST(LxfermoSim, RefusesAndPrintsContractBreaksAndPlaysItsFaultsFile) {
     const auto broken = runLxfermo({"sim", "--faults", (dir / "broken.json").string()});
     EXPECT_EQ(broken.exitCode, 1);
     EXPECT_THAT(broken.err, HasSubstr("status must be an integer"));
+}
+
+// `sh -c SCRIPT lxfermo` with TMPDIR set, so what the sim makes lands there.
+RunResult runShell(const std::string& script, const std::filesystem::path& tmpdir) {
+    RunResult run;
+    gchar** env = g_environ_setenv(g_get_environ(), "TMPDIR", tmpdir.c_str(), TRUE);
+    const gchar* argv[] = {"/bin/sh", "-c", script.c_str(), LXFERMO_BINARY, nullptr};
+    gchar *out = nullptr, *err = nullptr;
+    gint status = 0;
+    if (g_spawn_sync(nullptr, const_cast<gchar**>(argv), env, G_SPAWN_DEFAULT, nullptr, nullptr, &out, &err, &status,
+                     nullptr))
+        run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    run.out = out ? std::string(out) : "";
+    run.err = err ? err : "";
+    g_free(out);
+    g_free(err);
+    g_strfreev(env);
+    return run;
+}
+
+bool gone(const std::vector<std::string>& paths, double seconds) {
+    for (int i = 0;; ++i) {
+        if (std::none_of(paths.begin(), paths.end(), [](const auto& p) { return std::filesystem::exists(p); }))
+            return true;
+        if (i >= seconds * 20) return false;
+        g_usleep(50000);
+    }
+}
+
+// How an app under development gets the sim's addresses: from a shell's
+// eval of --print-env (exactly, even in a folder named with a quote and a
+// space), with the service left answering in the background until its pid
+// is signalled; or as the environment of a command run under the sim, whose
+// status the sim returns and after which nothing of the service is left.
+TEST(LxfermoSim, HandsItsAddressesToAnApp) {
+    TempDir dir;
+    const auto odd = dir / "it's here";
+    std::filesystem::create_directory(odd);
+    const auto printed = runShell(R"sh(eval "$("$0" sim --print-env)" || exit 9
+        printf '%s\n' "$LXHF_API_BASE" "$LXHF_MICROSITE_BASE" "$LXHF_INTAKE_URL" "$LXHF_CA_FILE" "$LXHF_CACHE_DIR" \
+          "$LXHF_SIM_PID")sh",
+                                  odd);
+    ASSERT_EQ(printed.exitCode, 0) << printed.err;
+    std::vector<std::string> values;
+    std::istringstream lines(printed.out);
+    for (std::string line; std::getline(lines, line);) values.push_back(line);
+    ASSERT_EQ(values.size(), 6u) << printed.out;
+    const pid_t pid = std::atoi(values[5].c_str());
+    ASSERT_GT(pid, 1);
+    struct Stop {
+        pid_t pid;
+        ~Stop() { kill(pid, SIGTERM); }
+    } stop{pid};
+    EXPECT_THAT(values[0], AllOf(StartsWith("https://127.0.0.1:"), EndsWith("/api/hotels/v1.0/")));
+    EXPECT_THAT(values[1], EndsWith("/cloud/hotels/purchase"));
+    EXPECT_THAT(values[2], EndsWith("/api/v2/logs"));
+    EXPECT_THAT(values[3], StartsWith(odd.string() + "/"));
+    EXPECT_TRUE(std::filesystem::is_regular_file(values[3]));
+    EXPECT_THAT(values[4], StartsWith(odd.string() + "/"));
+    EXPECT_TRUE(std::filesystem::is_directory(values[4]));
+    LibsoupHttpClient client{std::filesystem::path(values[3])};
+    const auto session = sendAndWait(client, HttpRequest{"POST", values[0] + "sessions",
+                                                         {{"Authorization", "Bearer partner-token"}},
+                                                         R"({"device": {"id": "D-1", "platform": {"operating_system":
+                                                         {"version": "12", "type": "i_os"}, "type": "app"},
+                                                         "type": "mobile"}})",
+                                                         Seconds{20}});
+    ASSERT_TRUE(session.ok()) << session.error().description;
+    EXPECT_EQ(session.value().status, 201);
+    ASSERT_EQ(kill(pid, SIGTERM), 0);
+    EXPECT_TRUE(gone({values[3], values[4]}, 10)) << "the stopped sim left its files";
+
+    // A file it cannot use is reported by the command the shell runs.
+    std::ofstream(dir / "broken.json") << R"({"sessions": {"status": "five hundred"}})";
+    const auto broken = runLxfermo({"sim", "--print-env", "--faults", (dir / "broken.json").string()});
+    EXPECT_EQ(broken.exitCode, 1);
+    EXPECT_THAT(broken.err, HasSubstr("status must be an integer"));
+    EXPECT_EQ(broken.out, "");
+
+    const auto ran = runLxfermo({"sim", "--page", "close", "--", "/bin/sh", "-c",
+                                 R"sh(test -f "$LXHF_CA_FILE" && test -d "$LXHF_CACHE_DIR" &&
+            case $LXHF_API_BASE$LXHF_MICROSITE_BASE$LXHF_INTAKE_URL in *127.0.0.1*) ;; *) exit 1;; esac &&
+            echo "$LXHF_CA_FILE" && echo "$LXHF_CACHE_DIR" && exit 7)sh"});
+    EXPECT_EQ(ran.exitCode, 7) << ran.err;
+    std::istringstream ranLines(ran.out);
+    std::string ca, cache;
+    std::getline(ranLines, ca);
+    std::getline(ranLines, cache);
+    EXPECT_THAT(ca, EndsWith(".pem"));
+    EXPECT_FALSE(cache.empty());
+    EXPECT_TRUE(gone({ca, cache}, 0)) << "the sim left its files after the command";
+    EXPECT_EQ(runLxfermo({"sim", "--", "/bin/sh", "-c", "kill -TERM $$"}).exitCode, 128 + SIGTERM);
+    const auto missing = runLxfermo({"sim", "--", "/nonexistent/command"});
+    EXPECT_EQ(missing.exitCode, 127);
+    EXPECT_THAT(missing.err, HasSubstr("cannot run '/nonexistent/command'"));
 }
 
 }  // namespace

@@ -99,4 +99,10 @@ std::optional<long> parseInteger(std::string_view text, long low, long high) {
     return value;
 }
 
+std::string shellQuoted(std::string_view text) {
+    std::string quoted = "'";
+    for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
 }  // namespace lxfermo

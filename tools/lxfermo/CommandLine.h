@@ -51,4 +51,7 @@ void complain(std::string_view command, std::string_view message);
 // Whole decimal numbers in [low, high]; absent otherwise.
 std::optional<long> parseInteger(std::string_view text, long low, long high);
 
+// The text in single quotes for a POSIX shell, each ' written as '\''.
+std::string shellQuoted(std::string_view text);
+
 }  // namespace lxfermo
