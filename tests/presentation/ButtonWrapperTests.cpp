@@ -194,6 +194,7 @@ TEST_F(ButtonWrapper, TheActionOpensOneSignedPurchasePageOverTheHostWindow) {
     EXPECT_TRUE(service->verifySignatureText(offer)) << offer;
     g_free(offer);
 
+    service->setPurchaseScript(lxhf::testing::PurchaseScript::neverReady);  // the next pages stay up
     actions[0]();  // closed again: a fresh page
     ASSERT_EQ(pages().size(), 1u);
     // The traveller leaves it while the host holds its window: it still ends, once.

@@ -60,8 +60,9 @@ void endPage(const StatePtr& state, bool windowGoing) {
 }
 
 // Signal entry points; each holds a reference to the state, freed with the connection.
-gboolean closeRequested(GtkWindow*, gpointer data) {
-    endPage(*static_cast<StatePtr*>(data), true);
+// A window set to hide on close would stay, hidden, with a dead page in it.
+gboolean closeRequested(GtkWindow* window, gpointer data) {
+    endPage(*static_cast<StatePtr*>(data), !gtk_window_get_hide_on_close(window));
     return FALSE;
 }
 void visibilityChanged(GObject* window, GParamSpec*, gpointer data) {
