@@ -22,8 +22,8 @@ struct LXFetchRetry {
 };
 
 struct LXFetchPolicy {
-    // Batches of one fetch in flight at once. They still share one session
-    // request, and their answers take effect in the order they arrive.
+    // Batches of one fetch in flight at once, 1 to 64. They still share one
+    // session request, and their answers take effect in the order they arrive.
     std::uint32_t maxConcurrentBatches = 1;
     // Fetch a batch again by itself after a transfer failure, a timeout, a
     // 5xx or a 429; never after another 4xx or an answer that fails to decode.

@@ -16,10 +16,13 @@ LXEnvironment Impl::environment() const {
 
 lxhf::LXCorvaneInternal& Impl::obtainEngine() {
     if (engine) return *engine;
+    const LXEnvironment env = environment();
+    // The monitor first: it makes GIO's default monitor here, before any
+    // thread of ours starts and could be making types at the same moment.
+    auto monitor = parts.makeMonitor ? parts.makeMonitor(env) : nullptr;
     http = parts.makeHttp(parts.overrides);
     cache = parts.makeCache(parts.overrides);
     if (!parts.background) parts.background = std::make_shared<lxhf::InlineBackgroundQueue>();
-    const LXEnvironment env = environment();
     lxhf::EngineParts engineParts{*parts.queue,
                                   *parts.clock,
                                   *http,
@@ -28,7 +31,7 @@ lxhf::LXCorvaneInternal& Impl::obtainEngine() {
                                   *loggerSlot,
                                   *parts.systemLog,
                                   parts.overrides.intakeUrl.value_or(lxhf::defaultIntakeLogsUrl()),
-                                  parts.makeMonitor ? parts.makeMonitor(env) : nullptr,
+                                  std::move(monitor),
                                   {parts.fetchPolicy, parts.random}};
     engine = lxhf::LXCorvaneInternal::create(board, std::move(engineParts), token, parts.device->systemVersion(),
                                              parts.device->isTablet(), env);
@@ -75,7 +78,7 @@ LXHotelsFermoSDK& LXHotelsFermoSDK::shared() {
     return *instance;
 }
 
-bool LXHotelsFermoSDK::admitsCall(std::string_view call) { return impl_->callers.admits(call); }
+bool LXHotelsFermoSDK::admitsCall(std::string_view call) { return impl_->callers->admits(call); }
 
 void LXHotelsFermoSDK::configure(std::string token, LXEnvironmentType environmentType) {
     if (!admitsCall("LXHotelsFermoSDK::configure")) return;
@@ -93,7 +96,7 @@ bool LXHotelsFermoSDK::setEndpoints(LXEndpoints endpoints) {
 const LXEndpoints& LXHotelsFermoSDK::endpoints() const noexcept {
     // Never destroyed, so a refusal's answer outlives every exit handler.
     static const auto* const none = new LXEndpoints();
-    if (!impl_->callers.admits("LXHotelsFermoSDK::endpoints")) return *none;
+    if (!impl_->callers->admits("LXHotelsFermoSDK::endpoints")) return *none;
     return impl_->parts.overrides;
 }
 
@@ -106,7 +109,7 @@ bool LXHotelsFermoSDK::setFetchPolicy(LXFetchPolicy policy) {
 
 const LXFetchPolicy& LXHotelsFermoSDK::fetchPolicy() const noexcept {
     static const auto* const none = new LXFetchPolicy();
-    if (!impl_->callers.admits("LXHotelsFermoSDK::fetchPolicy")) return *none;
+    if (!impl_->callers->admits("LXHotelsFermoSDK::fetchPolicy")) return *none;
     return impl_->parts.fetchPolicy;
 }
 
@@ -125,12 +128,12 @@ void LXHotelsFermoSDK::refreshCachedOffers(LXRefresh type) {
 
 const LXHotelsFermoSDK::Offers& LXHotelsFermoSDK::fermoOffers() const {
     static const auto* const none = new Offers();
-    if (!impl_->callers.admits("LXHotelsFermoSDK::fermoOffers")) return *none;
+    if (!impl_->callers->admits("LXHotelsFermoSDK::fermoOffers")) return *none;
     return impl_->board.offers();
 }
 
 std::optional<std::size_t> LXHotelsFermoSDK::offerIndex(const LXRoomDetails& room) const {
-    if (!impl_->callers.admits("LXHotelsFermoSDK::offerIndex")) return std::nullopt;
+    if (!impl_->callers->admits("LXHotelsFermoSDK::offerIndex")) return std::nullopt;
     return impl_->board.indexOf(room);
 }
 
@@ -140,7 +143,15 @@ void LXHotelsFermoSDK::setFermoOffers(Offers offers) {
 
 LXSubscription LXHotelsFermoSDK::subscribeFermoOffers(std::function<void(const Offers&)> onChange) {
     if (!admitsCall("LXHotelsFermoSDK::subscribeFermoOffers")) return {};
-    return impl_->board.publisher().subscribe(std::move(onChange));
+    auto inner = std::make_shared<LXSubscription>(impl_->board.publisher().subscribe(std::move(onChange)));
+    // Ending it edits the subscriber list, which is the library thread's:
+    // from another thread it is refused, and the subscription kept for good.
+    return LXSubscription([callers = impl_->callers, inner] {
+        if (callers->admits("LXSubscription::reset") || lxhf::processExiting())
+            inner->reset();
+        else
+            (void)new std::shared_ptr<LXSubscription>(inner);
+    });
 }
 
 void LXHotelsFermoSDK::applicationWillTerminate() {

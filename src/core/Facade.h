@@ -54,7 +54,7 @@ struct __attribute__((visibility("hidden"))) LXHotelsFermoSDK::Impl {
     static const Impl& of(const LXHotelsFermoSDK& sdk) { return *sdk.impl_; }
 
     lxhf::FacadeParts parts;
-    lxhf::CallerCheck callers;
+    std::shared_ptr<lxhf::CallerCheck> callers = std::make_shared<lxhf::CallerCheck>();
     std::string token;
     LXEnvironmentType environmentType = LXEnvironmentType::staging;
     lxhf::OfferBoard board;

@@ -68,7 +68,7 @@ LXResult<std::string, LXNoPurchaseAddress> LXHotelsFermoSDK::purchaseAddress(con
 }
 
 std::uint64_t LXHotelsFermoSDK::offerResponseRevision(const LXRoomDetails& room) const {
-    if (!impl_->callers.admits("LXHotelsFermoSDK::offerResponseRevision")) return 0;
+    if (!impl_->callers->admits("LXHotelsFermoSDK::offerResponseRevision")) return 0;
     return impl_->board.responseRevision(room);
 }
 

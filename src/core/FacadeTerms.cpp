@@ -5,7 +5,7 @@
 #include "core/Facade.h"
 
 std::optional<LXOfferTerms> LXHotelsFermoSDK::offerTerms(const LXRoomDetails& room) const {
-    if (!impl_->callers.admits("LXHotelsFermoSDK::offerTerms")) return std::nullopt;
+    if (!impl_->callers->admits("LXHotelsFermoSDK::offerTerms")) return std::nullopt;
     const LXOfferResponse* response = impl_->board.response(room);
     // Only a signed full offer can be bought, so only its terms mean anything.
     if (!response || response->type != LXOfferResponseType::signedFullOffer) return std::nullopt;

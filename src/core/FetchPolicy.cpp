@@ -8,7 +8,9 @@
 namespace lxhf {
 
 bool usableFetchPolicy(const LXFetchPolicy& policy) {
-    if (policy.maxConcurrentBatches < 1) return false;
+    // More connections than this would only queue behind each other.
+    constexpr std::uint32_t kMostConcurrentBatches = 64;
+    if (policy.maxConcurrentBatches < 1 || policy.maxConcurrentBatches > kMostConcurrentBatches) return false;
     if (!policy.retry) return true;
     const auto& retry = *policy.retry;
     const bool finite = std::isfinite(retry.initialDelay) && std::isfinite(retry.maxDelay);

@@ -184,12 +184,14 @@ static void lxhf_offer_button_init(LxhfOfferButton* self) {
 
 GtkWidget* lxhf_offer_button_new(LxhfRoomDetails* room) {
     g_return_val_if_fail(room == nullptr || holdsRoom(room), nullptr);
+    if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_offer_button_new")) return nullptr;
     return GTK_WIDGET(g_object_new(LXHF_TYPE_OFFER_BUTTON, "room", room, nullptr));
 }
 
 void lxhf_offer_button_set_room(LxhfOfferButton* self, LxhfRoomDetails* room) {
     g_return_if_fail(LXHF_IS_OFFER_BUTTON(self));
     g_return_if_fail(room == nullptr || holdsRoom(room));
+    if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_offer_button_set_room")) return;
     if (room == self->room) return;
     detachWrapper(self);
     g_set_object(&self->room, room);

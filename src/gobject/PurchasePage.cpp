@@ -71,6 +71,7 @@ void finish(LxhfPurchasePage* self, const std::optional<LXFermoPurchaseResult>& 
 LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoomDetails* room) {
     g_return_val_if_fail(parent == nullptr || GTK_IS_WINDOW(parent), nullptr);
     g_return_val_if_fail(lxhf::gobject::holdsRoom(room), nullptr);
+    if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_purchase_page_present")) return nullptr;
     auto* self = static_cast<LxhfPurchasePage*>(g_object_new(LXHF_TYPE_PURCHASE_PAGE, nullptr));
     std::optional<std::string> url;
     // Why there is no address is logged by the library; the page says so.

@@ -37,12 +37,14 @@ TEST(FetchPolicy, IsSetBeforeTheEngineOnlyAndRefusesFieldsOutOfRange) {
     EXPECT_EQ(h.sdk->fetchPolicy(), LXFetchPolicy{});
     LXFetchPolicy none;
     none.maxConcurrentBatches = 0;
+    LXFetchPolicy tooMany;
+    tooMany.maxConcurrentBatches = 65;
     auto backwards = retrying();
     backwards.retry->maxDelay = 0.5;
     auto notANumber = retrying();
     notANumber.retry->initialDelay = std::nan("");
     auto noAttempts = retrying(0);
-    for (const auto& bad : {none, backwards, notANumber, noAttempts}) EXPECT_FALSE(h.sdk->setFetchPolicy(bad));
+    for (const auto& bad : {none, tooMany, backwards, notANumber, noAttempts}) EXPECT_FALSE(h.sdk->setFetchPolicy(bad));
     EXPECT_EQ(h.sdk->fetchPolicy(), LXFetchPolicy{});
 
     EXPECT_TRUE(h.sdk->setFetchPolicy(retrying(3)));

@@ -11,6 +11,7 @@
 #include "core/CoreTestSupport.h"
 #include "model/ErrorInfo.h"
 #include "presentation/ui/WebViewController.h"
+#include "PageTestSupport.h"
 #include "support/MainLoop.h"
 #include "testservice/FermoTestService.h"
 
@@ -234,25 +235,6 @@ TEST_F(ButtonWrapper, WithoutAResponseThePageSaysItCannotLoad) {
     EXPECT_EQ(pages().size(), 2u);
 }
 
-// Runs a script in the page; its value as text.
-std::string evaluate(WebKitWebView* view, const std::string& script) {
-    auto text = std::make_shared<std::optional<std::string>>();
-    webkit_web_view_evaluate_javascript(
-        view, script.c_str(), -1, nullptr, nullptr, nullptr,
-        [](GObject* source, GAsyncResult* result, gpointer data) {
-            std::unique_ptr<std::shared_ptr<std::optional<std::string>>> out(
-                static_cast<std::shared_ptr<std::optional<std::string>>*>(data));
-            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr);
-            char* str = value ? jsc_value_to_string(value) : g_strdup("(script failed)");
-            **out = str;
-            g_free(str);
-            if (value) g_object_unref(value);
-        },
-        new std::shared_ptr<std::optional<std::string>>(text));
-    EXPECT_TRUE(runMainLoopUntil([&] { return text->has_value(); }, kPatience));
-    return text->value_or("");
-}
-
 TEST_F(ButtonWrapper, TheServicePageShowsTheOfferPlainlyAndLeavesNothingOnDisk) {
     ASSERT_EQ(std::filesystem::path(g_get_user_cache_dir()), xdg->path() / "cache");
     service->setPurchaseScript(lxhf::testing::PurchaseScript::ready);
@@ -359,6 +341,51 @@ TEST_F(ButtonWrapper, ADestroyedWrapperCallsNothingBack) {
     EXPECT_EQ(builds.size(), 1u);
     EXPECT_THAT(pages(), IsEmpty());
     EXPECT_EQ(service->count("fermo_offers"), 0);
+}
+
+TEST_F(ButtonWrapper, EveryCallbackMayCallBackIntoTheLibraryAndEndTheWrapper) {
+    service->setPurchaseScript(lxhf::testing::PurchaseScript::purchase);
+    const LXRoomDetails offered = makeRoom("F1", "hotel-f"), other = makeRoom("F2", "hotel-f");
+    sdk->cacheOffers({offered});
+    ASSERT_TRUE(runMainLoopUntil([&] { return states(*sdk) == std::vector{State::available}; }, kPatience));
+    GtkWidget* wrapper = nullptr;
+    std::function<void()> press;
+    int building = 0, nestedBuilds = 0;
+    std::vector<std::optional<Kind>> ended;
+    wrapper = show(LXFermoButtonWrapper::create(
+        offered,
+        [&](const LXFermoPurchaseResult& result) {
+            results.push_back(result.kind());
+            sdk->reportShown(offered);
+            sdk->cacheOffers({other});
+            (void)sdk->pageMessage(R"({"eventName":"close","data":{}})");
+        },
+        [&](const LXFermoOffer&, std::function<void()> action) {
+            nestedBuilds += building++ > 0;
+            // Each change lands after this build, never inside it.
+            sdk->setFermoOffers(sdk->fermoOffers());
+            sdk->refreshCachedOffers(LXRefresh::errorsOnly);
+            auto subscription = sdk->subscribeFermoOffers([](const LXHotelsFermoSDK::Offers&) {});
+            subscription.reset();
+            press = std::move(action);
+            --building;
+            return gtk_button_new_with_label("Book");
+        },
+        [&](const std::optional<LXFermoPurchaseResult>& outcome) {
+            ended.push_back(outcome ? std::optional(outcome->kind()) : std::nullopt);
+            sdk->updateUser("traveller-2");
+            press();  // a new page, which the wrapper's end below takes down again
+            gtk_box_remove(GTK_BOX(column), wrapper);
+        },
+        {}, *sdk));
+    ASSERT_TRUE(press);
+    press();
+    ASSERT_TRUE(runMainLoopUntil([&] { return !ended.empty() && pages().empty(); }, kPatience));
+    runMainLoopFor(0.3);
+    EXPECT_EQ(nestedBuilds, 0);
+    EXPECT_THAT(results, ElementsAre(Kind::purchased, Kind::cancelled));
+    EXPECT_THAT(ended, ElementsAre(Kind::purchased));
+    EXPECT_THAT(roomIds(*sdk), ElementsAre("F1", "F2"));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "FermoTestService.h"
 #include "LXHotelsFermo/LXHotelsFermoSDK.h"
 #include "presentation/ui/PurchaseWindow.h"
+#include "PageTestSupport.h"
 #include "support/MainLoop.h"
 
 namespace lxhf::test {
@@ -16,35 +17,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr double kPatience = 60.0;  // the first web process start is slow under Xvfb and load
-
-std::string describe(const std::optional<LXFermoPurchaseResult>& result) {
-    if (!result) return "none";
-    switch (result->kind()) {
-        case LXFermoPurchaseResult::Kind::purchased: return "purchased";
-        case LXFermoPurchaseResult::Kind::cancelled: return "cancelled";
-        case LXFermoPurchaseResult::Kind::invalid: return "invalid";
-        case LXFermoPurchaseResult::Kind::error: return "error: " + result->errorInfo()->message();
-    }
-    return "?";
-}
-
-std::string evaluate(WebKitWebView* view, const std::string& script) {
-    auto text = std::make_shared<std::optional<std::string>>();
-    webkit_web_view_evaluate_javascript(
-        view, script.c_str(), -1, nullptr, nullptr, nullptr,
-        [](GObject* source, GAsyncResult* result, gpointer data) {
-            std::unique_ptr<std::shared_ptr<std::optional<std::string>>> out(
-                static_cast<std::shared_ptr<std::optional<std::string>>*>(data));
-            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr);
-            char* str = value ? jsc_value_to_string(value) : g_strdup("(script failed)");
-            **out = str;
-            g_free(str);
-            if (value) g_object_unref(value);
-        },
-        new std::shared_ptr<std::optional<std::string>>(text));
-    EXPECT_TRUE(runMainLoopUntil([&] { return text->has_value(); }, kPatience));
-    return text->value_or("");
-}
 
 // The first descendant of `root` (itself included) that `match` accepts.
 GtkWidget* findWidget(GtkWidget* root, const std::function<bool(GtkWidget*)>& match) {

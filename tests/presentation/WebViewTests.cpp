@@ -11,6 +11,7 @@
 #include "infra/LoggerSlot.h"
 #include "presentation/ui/PurchaseWindow.h"
 #include "support/FakeHttpClient.h"
+#include "PageTestSupport.h"
 #include "support/MainLoop.h"
 #include "support/ManualQueue.h"
 #include "support/RecordingSystemLog.h"
@@ -27,35 +28,6 @@ struct RecordingLauncher final : ui::UriLauncher {
     void launch(const std::string& uri, GtkWindow*) override { uris.push_back(uri); }
     std::vector<std::string> uris;
 };
-
-std::string describe(const LXFermoPurchaseResult& result) {
-    switch (result.kind()) {
-        case LXFermoPurchaseResult::Kind::purchased: return "purchased";
-        case LXFermoPurchaseResult::Kind::cancelled: return "cancelled";
-        case LXFermoPurchaseResult::Kind::invalid: return "invalid";
-        case LXFermoPurchaseResult::Kind::error: return "error: " + result.errorInfo()->message();
-    }
-    return "?";
-}
-
-// Runs a script in the page; its value as text.
-std::string evaluate(WebKitWebView* view, const std::string& script) {
-    auto text = std::make_shared<std::optional<std::string>>();
-    webkit_web_view_evaluate_javascript(
-        view, script.c_str(), -1, nullptr, nullptr, nullptr,
-        [](GObject* source, GAsyncResult* result, gpointer data) {
-            std::unique_ptr<std::shared_ptr<std::optional<std::string>>> out(
-                static_cast<std::shared_ptr<std::optional<std::string>>*>(data));
-            JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr);
-            char* str = value ? jsc_value_to_string(value) : g_strdup("(script failed)");
-            **out = str;
-            g_free(str);
-            if (value) g_object_unref(value);
-        },
-        new std::shared_ptr<std::optional<std::string>>(text));
-    EXPECT_TRUE(runMainLoopUntil([&] { return text->has_value(); }, kPageTimeout));
-    return text->value_or("");
-}
 
 class PurchasePage : public ::testing::Test {
 protected:

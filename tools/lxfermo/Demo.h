@@ -38,7 +38,7 @@ public:
     // room the demo did not make.
     const DemoRoom* roomAt(std::size_t index) const;
     // "available", "unavailable", "error: Error fetching offer", ...
-    static std::string describe(const LXFermoOffer& offer);
+    std::string describe(const LXFermoOffer& offer);
     // The purchase page for an available room, or why there is none.
     std::string purchaseAddress(const LXRoomDetails& room, bool* ok);
     // Reports the room's offer as shown, once per room that has an answer.

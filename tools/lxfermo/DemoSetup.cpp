@@ -140,6 +140,11 @@ std::string DemoSetup::describe(const LXFermoOffer& offer) {
     const auto& state = offer.state;
     if (state.kind() == LXFermoOfferState::Kind::error)
         return std::string("error: ") + (state.errorInfo() ? state.errorInfo()->message() : "");
+    // What the traveller is buying, as a booking app would label it.
+    const auto terms = sdk().offerTerms(offer.roomDetails());
+    if (state.kind() == LXFermoOfferState::Kind::available && terms)
+        return "available: hold " + terms->frozenPrice + " " + terms->currency + " for " + terms->deposit + " " +
+               terms->currency + ", offer open until " + terms->offerExpiry;
     return stateName(state);
 }
 

@@ -156,11 +156,23 @@ void reportShown(const State& s, GtkWidget* button) {
     s->sdk->reportShown(s->room);
 }
 
+// The room's entry in the list delivered, which may be older than the
+// facade's current one (a change made inside a delivery comes after it):
+// the current index is only a hint there.
+std::optional<std::size_t> entryOf(const WrapperState& s, const LXHotelsFermoSDK::Offers& offers) {
+    const auto hint = s.sdk->offerIndex(s.room);
+    if (!hint) return std::nullopt;
+    if (*hint < offers.size() && offers[*hint].roomDetails() == s.room) return hint;
+    for (std::size_t i = 0; i < offers.size(); ++i)
+        if (offers[i].roomDetails() == s.room) return i;
+    return std::nullopt;
+}
+
 void render(const State& s, const LXHotelsFermoSDK::Offers& offers) {
     if (!s->alive) return;
     const unsigned thisRender = ++s->renders;
-    const auto index = s->sdk->offerIndex(s->room);
-    if (!index || *index >= offers.size()) {
+    const auto index = entryOf(*s, offers);
+    if (!index) {
         showPlaceholder(s);
         return;
     }
@@ -246,12 +258,14 @@ GtkWidget* LXFermoButtonWrapper::create(LXRoomDetails room, LXPurchaseCallback p
 GtkWidget* LXFermoButtonWrapper::create(LXRoomDetails room, LXPurchaseCallback purchaseCallback, ButtonFactory button,
                                         LXPurchaseEndCallback onEnded, LXPurchasePageOptions options,
                                         LXHotelsFermoSDK& sdk) {
+    if (!sdk.admitsCall("LXFermoButtonWrapper::create")) return nullptr;
     auto* self = LXHF_FERMO_BUTTON_WRAPPER(g_object_new(LXHF_TYPE_FERMO_BUTTON_WRAPPER, nullptr));
     auto state = std::make_shared<lxhf::ui::WrapperState>(GTK_WIDGET(self), sdk, std::move(room),
                                                           std::move(purchaseCallback), std::move(button),
                                                           std::move(onEnded), options);
     self->state = new lxhf::ui::State(state);
-    // The current list arrives at once, so the first child is in place on return.
+    // The current list arrives at once (after the delivery under way, when
+    // made inside one), so the first child is normally in place on return.
     state->subscription = sdk.subscribeFermoOffers([weak = lxhf::ui::Weak(state)](const LXHotelsFermoSDK::Offers& offers) {
         if (auto s = weak.lock()) lxhf::ui::render(s, offers);
     });

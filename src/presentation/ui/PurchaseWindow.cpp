@@ -186,6 +186,7 @@ void dismissPurchaseWindow(GtkWindow* window) {
 GtkWindow* LXPurchaseWindow::presentWithOutcome(GtkWindow* host, std::optional<std::string> url,
                                                 LXPurchaseCallback callback, LXPurchaseEndCallback onEnded,
                                                 LXPurchasePageOptions options) {
+    if (!LXHotelsFermoSDK::shared().admitsCall("LXPurchaseWindow::present")) return nullptr;
     lxhf::ui::PurchaseWindowSetup setup;
     setup.host = host;
     setup.url = std::move(url);
