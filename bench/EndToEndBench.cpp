@@ -61,19 +61,7 @@ LibraryRun runLibrary(const std::vector<LXRoomDetails>& rooms) {
     auto& svc = service();
     test::TempDir cache;
     LibsoupHttpClient* client = nullptr;
-    FacadeParts parts = systemParts();
-    parts.makeHttp = [&client](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
-        auto made = std::make_shared<LibsoupHttpClient>(std::filesystem::path(*o.caFile));
-        client = made.get();
-        return made;
-    };
-    // Reachability is not what is measured here.
-    parts.makeMonitor = [](const LXEnvironment&) -> std::unique_ptr<NetworkMonitor> {
-        return std::make_unique<test::ManualNetworkMonitor>(true);
-    };
-    auto sdk = FacadeAccess::make(std::move(parts));
-    sdk->setEndpoints(LXEndpoints{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(),
-                                                       svc.caFile(), cache.path().string()});
+    auto sdk = liveFacade(svc, cache.path().string(), client);
     sdk->configure("bench-token", LXEnvironmentType::staging);
 
     bool settled = false;

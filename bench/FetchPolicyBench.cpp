@@ -29,18 +29,7 @@ Settled settle(const std::vector<LXRoomDetails>& rooms, std::uint32_t width) {
     auto& svc = localService();
     test::TempDir cache;
     LibsoupHttpClient* client = nullptr;
-    FacadeParts parts = systemParts();
-    parts.makeHttp = [&client](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
-        auto made = std::make_shared<LibsoupHttpClient>(std::filesystem::path(*o.caFile));
-        client = made.get();
-        return made;
-    };
-    parts.makeMonitor = [](const LXEnvironment&) -> std::unique_ptr<NetworkMonitor> {
-        return std::make_unique<test::ManualNetworkMonitor>(true);
-    };
-    auto sdk = FacadeAccess::make(std::move(parts));
-    sdk->setEndpoints(
-        LXEndpoints{svc.apiBase(), svc.micrositeBase(), svc.intakeUrl(), svc.caFile(), cache.path().string()});
+    auto sdk = liveFacade(svc, cache.path().string(), client);
     LXFetchPolicy policy;
     policy.maxConcurrentBatches = width;
     if (!sdk->setFetchPolicy(policy)) benchFailure("the fetch policy was refused");

@@ -10,6 +10,9 @@
 
 #include "BenchRooms.h"
 #include "FermoTestService.h"
+#include "core/Facade.h"
+#include "platform/LibsoupHttpClient.h"
+#include "support/ManualNetworkMonitor.h"
 
 namespace lxhf::bench {
 
@@ -21,6 +24,26 @@ inline testing::FermoTestService& localService() {
         return s;
     }();
     return *running;
+}
+
+// A facade on the real services, pointed at `service` with its session file
+// in `cacheFolder`; the path always counts as satisfied, since reachability
+// is not what is measured. `client` is set to the HTTP client it makes.
+inline std::unique_ptr<LXHotelsFermoSDK> liveFacade(testing::FermoTestService& service,
+                                                    const std::string& cacheFolder, LibsoupHttpClient*& client) {
+    FacadeParts parts = systemParts();
+    parts.makeHttp = [&client](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
+        auto made = std::make_shared<LibsoupHttpClient>(std::filesystem::path(*o.caFile));
+        client = made.get();
+        return made;
+    };
+    parts.makeMonitor = [](const LXEnvironment&) -> std::unique_ptr<NetworkMonitor> {
+        return std::make_unique<test::ManualNetworkMonitor>(true);
+    };
+    auto sdk = FacadeAccess::make(std::move(parts));
+    sdk->setEndpoints(
+        LXEndpoints{service.apiBase(), service.micrositeBase(), service.intakeUrl(), service.caFile(), cacheFolder});
+    return sdk;
 }
 
 template <class Done>
