@@ -111,9 +111,10 @@ struct WebViewControllerSignals {
         return G_SOURCE_REMOVE;
     }
 
-    static gboolean loadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError* error, gpointer self) {
+    static gboolean loadFailed(WebKitWebView*, WebKitLoadEvent, gchar* uri, GError* error, gpointer self) {
         auto* controller = static_cast<WebViewController*>(self);
         controller->load_ = WebViewController::Load::pending;
+        if (controller->retryCancelledFirstLoad(uri, error)) return TRUE;
         // The first load is over, one way or the other; a certificate being
         // retried fails through load-failed-with-tls-errors instead.
         if (controller->requestTimer_) g_source_remove(std::exchange(controller->requestTimer_, 0));
@@ -309,11 +310,31 @@ bool WebViewController::trustExtraAuthority(const char* uri, GTlsCertificate* ce
     extraTrustUsed_ = true;
     webkit_network_session_allow_tls_certificate_for_host(webkit_web_view_get_network_session(webView_), certificate,
                                                           host->c_str());
+    retryLater(uri);
+    return true;
+}
+
+// On a loaded machine WebKit's network process sometimes ends the first load
+// with a bare GIO cancellation that nothing of ours asked for, where it would
+// report the certificate, and shows that as an error page (about one first
+// load in six with four pages opening at once). A few more tries, spaced
+// out, get through.
+bool WebViewController::retryCancelledFirstLoad(const char* uri, const GError* error) {
+    constexpr unsigned kMaxCancelRetries = 4;
+    if (!g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) || !uri) return false;
+    if (cancelRetries_ >= kMaxCancelRetries || firstLoadOver_ || requestTimedOut_ || abandoned_ || finished_ ||
+        released_ || retrySource_)
+        return false;
+    retryLater(uri, 50u << cancelRetries_++);
+    return true;
+}
+
+void WebViewController::retryLater(const char* uri, unsigned delayMs) {
     retryUri_ = uri;
     // Not an ordinary idle: a window whose frames take longer to draw than
     // they last (software GL) never leaves the loop idle.
-    retrySource_ = g_idle_add_full(G_PRIORITY_DEFAULT, &WebViewControllerSignals::retry, this, nullptr);
-    return true;
+    retrySource_ = delayMs ? g_timeout_add(delayMs, &WebViewControllerSignals::retry, this)
+                           : g_idle_add_full(G_PRIORITY_DEFAULT, &WebViewControllerSignals::retry, this, nullptr);
 }
 
 void WebViewController::abandon() {

@@ -93,6 +93,8 @@ private:
     void checkAnswerStatus();
     void reportPageFailure(std::string message);
     void openInBrowser(WebKitNavigationAction* action);
+    bool retryCancelledFirstLoad(const char* uri, const GError* error);
+    void retryLater(const char* uri, unsigned delayMs = 0);
     bool trustExtraAuthority(const char* uri, GTlsCertificate* certificate);
     void cancelTimers();
     void release();
@@ -121,6 +123,7 @@ private:
     WebKitNetworkSession* ownSession_ = nullptr;  // our own reference, when none was given
     guint readyTimer_ = 0;
     bool extraTrustUsed_ = false;  // once only: a second refusal is final
+    unsigned cancelRetries_ = 0;   // a few only: see retryCancelledFirstLoad
     std::string retryUri_;
     guint retrySource_ = 0;
 };
