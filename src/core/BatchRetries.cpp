@@ -10,14 +10,15 @@ BatchRetries::Next BatchRetries::failed(std::uint64_t arrival, std::optional<Sec
                                         std::function<void()> fetchAgain) {
     const LXFetchRetry& retry = *settings_.policy.retry;
     Batch& batch = batches_[arrival];
+    // Two fetches held the batch and both failed: one failure, one retry.
+    if (batch.timer) return Next::wait;
     ++batch.failures;
     if (retry.maxAttempts && batch.failures >= *retry.maxAttempts) {
         batches_.erase(arrival);
         return Next::giveUp;
     }
     // Offline, the path coming back fetches the queue, this batch with it.
-    // A timer already set (two fetches held the batch) stays as it is.
-    if (!online || batch.timer) return Next::wait;
+    if (!online) return Next::wait;
     const Seconds delay = retryDelay(retry, batch.failures, serviceAsked, settings_.random);
     batch.timer = queue_.postAfter(delay, [this, arrival, fetchAgain = std::move(fetchAgain)] {
         // The count stays: a failure of this retry doubles the wait.

@@ -39,12 +39,13 @@ std::optional<Seconds> retryAfter(const HttpResponse& response) {
 Seconds retryDelay(const LXFetchRetry& retry, unsigned failures, std::optional<Seconds> serviceAsked,
                    const std::function<double()>& random) {
     const double longest = retry.maxDelay;
-    if (serviceAsked) return Seconds{std::min(serviceAsked->count(), longest)};
+    const double shortest = retry.initialDelay / 10;
+    if (serviceAsked) return Seconds{std::clamp(serviceAsked->count(), shortest, longest)};
     // 2^60 already exceeds any finite delay a host would set; stop doubling there.
     const double ceiling = std::min(longest, std::ldexp(retry.initialDelay, int(std::min(failures, 61u)) - 1));
     double draw = random ? random() : g_random_double();
     if (!(draw >= 0.0 && draw < 1.0)) draw = 0.0;
-    return Seconds{ceiling * draw};
+    return Seconds{std::max(ceiling * draw, shortest)};
 }
 
 }  // namespace lxhf

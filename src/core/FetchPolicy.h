@@ -32,7 +32,8 @@ std::optional<Seconds> retryAfter(const HttpResponse& response);
 
 // The wait before retry number `failures` (1 for the first): drawn
 // uniformly below initialDelay * 2^(failures-1), capped at maxDelay, or the
-// service's own Retry-After, capped the same way.
+// service's own Retry-After, capped the same way. Never below a tenth of
+// initialDelay, so a draw of zero or "Retry-After: 0" cannot spin.
 Seconds retryDelay(const LXFetchRetry& retry, unsigned failures, std::optional<Seconds> serviceAsked,
                    const std::function<double()>& random);
 

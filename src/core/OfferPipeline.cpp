@@ -203,7 +203,10 @@ void OfferPipeline::fetchArrivals(std::vector<std::uint64_t> arrivals) {
     if (arrivals.empty()) return;
     auto snapshot = std::make_shared<std::vector<LXRequestOffersBatch>>();
     snapshot->reserve(arrivals.size());
-    for (std::uint64_t arrival : arrivals) snapshot->push_back(queue_.at(arrival));
+    for (std::uint64_t arrival : arrivals) {
+        snapshot->push_back(queue_.at(arrival));
+        ++inFlight_[arrival];
+    }
     std::shared_ptr<const std::vector<LXRequestOffersBatch>> batches = std::move(snapshot);
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     computeInBackground(
@@ -233,9 +236,14 @@ void OfferPipeline::fetchNext(const std::shared_ptr<Fetch>& fetch) {
     fetchOffers(std::move(batch), fetch->bodies[index], [weak, fetch, index](Outcome outcome) {
         auto self = weak.lock();
         if (!self) return;
+        self->landed(fetch->arrivals[index]);
         self->handle(fetch->arrivals[index], (*fetch->batches)[index], std::move(outcome));
         self->fetchNext(fetch);
     });
+}
+
+void OfferPipeline::landed(std::uint64_t arrival) {
+    if (auto found = inFlight_.find(arrival); found != inFlight_.end() && --found->second == 0) inFlight_.erase(found);
 }
 
 // Takes its turn like a debounced fetch. While the path is down the timer's
@@ -258,7 +266,8 @@ void OfferPipeline::fetchOffers(SharedBatch batch, Body body, std::function<void
         if (!self) return;
         if (!session) {
             logError(self->log_, "session.current error: " + session.error().message());
-            return done(Failure{makeError(session.error().message()), self->sessions_.lastFailureTransient()});
+            return done(Failure{makeError(session.error().message()), self->sessions_.lastFailureTransient(),
+                                self->sessions_.lastFailureRetryAfter()});
         }
         if (!body) {
             logWarn(self->log_, "Error encoding fetchOffers requestData:\n" + body.error().description());
@@ -408,7 +417,9 @@ void OfferPipeline::requeueLateRooms(const LXRequestOffersBatch& answered) {
         });
         if (held.size() == before) return false;
         if (!held.empty()) {
-            kept.push_back(arrival);
+            // A request still out for this batch carries its late rooms, or
+            // its answer comes back here and sends them.
+            if (!inFlight_.contains(arrival)) kept.push_back(arrival);
             return false;
         }
         retries_.forget(arrival);

@@ -83,6 +83,7 @@ private:
     void fetchArrivals(std::vector<std::uint64_t> arrivals);
     void fetchNext(const std::shared_ptr<Fetch>& fetch);
     void retry(std::uint64_t arrival);
+    void landed(std::uint64_t arrival);
     void fetchOffers(SharedBatch batch, Body body, std::function<void(Outcome)> done);
     void sendOffers(SharedBatch batch, const std::string& url, const std::string& body, const std::string& sessionId,
                     std::function<void(Outcome)> done);
@@ -119,6 +120,7 @@ private:
     const LXErrorInfo fetchingError_;
     const FetchSettings fetch_;
     BatchRetries retries_;
+    std::map<std::uint64_t, unsigned> inFlight_;  // requests per batch, sent or about to be
     // A debounced fetch is due: rooms left behind by an answer wait for it.
     bool fetchDue_ = false;
 };

@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include "core/FetchPolicy.h"
 #include "model/ErrorInfo.h"
 
 namespace lxhf {
@@ -142,9 +143,13 @@ void SessionManager::createSession(const LXSessionInputs& inputs) {
 }
 
 LXResult<std::string, LXErrorInfo> SessionManager::readCreation(const HttpResult& result) {
+    lastRetryAfter_.reset();
     if (!result) return makeError(std::string(kCreationTransferFailure) + result.error().description);
     const HttpResponse& response = result.value();
-    if (response.status != api::kCreated) return makeError("createSession statusCode error", response.status);
+    if (response.status != api::kCreated) {
+        lastRetryAfter_ = retryAfter(response);
+        return makeError("createSession statusCode error", response.status);
+    }
     // The answer is decoded here, on the main context: a body far larger than
     // one short id is refused unread, as text that is not JSON.
     const json::Decoder decoder(json::KeyDecoding::convertFromSnakeCase);

@@ -44,6 +44,7 @@ public:
     void currentSessionId(std::function<void(SessionIdResult)> done) override;
     std::optional<std::string> inMemorySessionId() const override;
     bool lastFailureTransient() const override { return lastFailureTransient_; }
+    std::optional<Seconds> lastFailureRetryAfter() const override { return lastRetryAfter_; }
 
     // True when the user changed; the caller then refreshes every offer.
     bool updateUser(const std::optional<std::string>& userId);
@@ -96,6 +97,7 @@ private:
     std::optional<std::string> partnerUserId_;
     std::vector<Creation> creations_;
     bool lastFailureTransient_ = false;
+    std::optional<Seconds> lastRetryAfter_;  // of the creation answer read last
     // What the worker's saves share with the termination write, which cannot
     // wait behind a worker that may be decoding for a while: the two really
     // run at once, so a lock keeps their writes apart. A save writes only if

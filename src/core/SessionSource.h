@@ -6,6 +6,7 @@
 
 #include "LXHotelsFermo/LXErrorInfo.h"
 #include "LXHotelsFermo/LXResult.h"
+#include "platform/MainQueue.h"
 
 namespace lxhf {
 
@@ -22,6 +23,8 @@ public:
     // Whether the failure currentSessionId() handed out last may pass on a
     // later try: the service unreachable, failing (5xx) or busy (429).
     virtual bool lastFailureTransient() const { return false; }
+    // The service's Retry-After on that failure, when it gave one.
+    virtual std::optional<Seconds> lastFailureRetryAfter() const { return std::nullopt; }
 };
 
 }  // namespace lxhf

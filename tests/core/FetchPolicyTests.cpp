@@ -170,6 +170,16 @@ TEST(FetchPolicy, RetryAfterIsWaitedForWithinTheLongestDelay) {
     EXPECT_EQ(h.http->count("fermo_offers"), 3u);
     h.serveOffers();
     EXPECT_THAT(states(*h.sdk), ElementsAre(State::available));
+
+    // The session request's Retry-After holds back the batches waiting on it.
+    CoreHarness s;
+    ASSERT_TRUE(s.sdk->setFetchPolicy(retrying()));
+    s.http->respondOnceTo("sessions", FakeHttpClient::reply(503, "", {{"Retry-After", "5"}}));
+    s.sdk->cacheOffers({a1});
+    s.queue->advance(Seconds{0.2 + 4.9});
+    EXPECT_EQ(s.http->count("sessions"), 1u);
+    s.queue->advance(Seconds{0.2});
+    EXPECT_EQ(s.http->count("sessions"), 2u);
 }
 
 TEST(FetchPolicy, OddRetryAfterValuesAndRandomDrawsStayWithinBounds) {
@@ -190,10 +200,12 @@ TEST(FetchPolicy, OddRetryAfterValuesAndRandomDrawsStayWithinBounds) {
     EXPECT_EQ(retryDelay(retry, 1, Seconds{1e12}, [] { return 0.5; }), Seconds{60});
     EXPECT_EQ(retryDelay(retry, 4, std::nullopt, [] { return 0.5; }), Seconds{4});
     EXPECT_EQ(retryDelay(retry, 4000, std::nullopt, [] { return 0.5; }), Seconds{30});
-    for (double draw : {1.0, -0.1, std::nan("")})
-        EXPECT_EQ(retryDelay(retry, 3, std::nullopt, [draw] { return draw; }), Seconds{0}) << draw;
+    // Never sooner than a tenth of the first delay: no spinning on a zero.
+    for (double draw : {0.0, 1.0, -0.1, std::nan("")})
+        EXPECT_EQ(retryDelay(retry, 3, std::nullopt, [draw] { return draw; }), Seconds{0.1}) << draw;
+    EXPECT_EQ(retryDelay(retry, 1, Seconds{0}, nullptr), Seconds{0.1});
     const Seconds drawn = retryDelay(retry, 3, std::nullopt, nullptr);
-    EXPECT_GE(drawn.count(), 0.0);
+    EXPECT_GE(drawn.count(), 0.1);
     EXPECT_LT(drawn.count(), 4.0);
 }
 
@@ -229,6 +241,22 @@ TEST(FetchPolicy, SpentAttemptsShowTheFetchingError) {
     EXPECT_TRUE(h.engine().offers().queued().empty());
     h.queue->advance(Seconds{300});
     EXPECT_EQ(h.http->count("fermo_offers"), 3u);
+
+    // Two requests out for one batch that fail together are one failure.
+    CoreHarness t;
+    ASSERT_TRUE(t.sdk->setFetchPolicy(retrying(2)));
+    t.sdk->cacheOffers({a1});
+    t.queue->advance(Seconds{0.2});
+    t.sdk->refreshCachedOffers(LXRefresh::all);
+    t.queue->advance(Seconds{0.2});
+    ASSERT_EQ(t.http->pendingCount(), 2u);
+    t.http->completeNext(FakeHttpClient::reply(503));
+    t.http->completeNext(FakeHttpClient::reply(503));
+    EXPECT_THAT(states(*t.sdk), ElementsAre(State::loading));
+    t.http->respondOnceTo("fermo_offers", FakeHttpClient::reply(503));
+    t.queue->advance(Seconds{0.5});
+    EXPECT_EQ(t.http->count("fermo_offers"), 3u);
+    EXPECT_THAT(states(*t.sdk), ElementsAre(State::error));
 }
 
 TEST(FetchPolicy, RoomsQueuedWhileTheirBatchIsInFlightAreFetchedNextOnlyWhenAsked) {
@@ -248,6 +276,24 @@ TEST(FetchPolicy, RoomsQueuedWhileTheirBatchIsInFlightAreFetchedNextOnlyWhenAske
         EXPECT_EQ(h.http->count("fermo_offers"), requeue ? 2u : 1u);
         EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, requeue ? State::available : State::loading));
     }
+
+    // Its own debounced fetch already carries the late room: nothing more is sent.
+    CoreHarness h;
+    LXFetchPolicy policy;
+    policy.requeueLateRooms = true;
+    ASSERT_TRUE(h.sdk->setFetchPolicy(policy));
+    h.sdk->cacheOffers({a1});
+    h.queue->advance(Seconds{0.2});
+    h.sdk->cacheOffers({a2});
+    h.queue->advance(Seconds{0.2});
+    ASSERT_EQ(h.http->pendingCount(), 2u);
+    h.http->completeNext(answerFor(h.http->pendingRequest(0)));
+    h.queue->advance(Seconds{0.2});
+    EXPECT_EQ(h.http->pendingCount(), 1u);
+    h.http->completeNext(answerFor(h.http->pendingRequest(0)));
+    h.queue->advance(Seconds{0.2});
+    EXPECT_EQ(h.http->count("fermo_offers"), 2u);
+    EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available));
 }
 
 TEST(FetchPolicy, AUserChangeWhileAnOldRequestIsInFlightGetsTheNewUsersSessionWhenAsked) {
