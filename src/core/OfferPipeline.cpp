@@ -133,7 +133,19 @@ void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
     // The fetch this trigger ends in takes every failed batch along.
     retries_.reset();
     fetchDue_ = networkConnected_;
-    if (networkConnected_) debouncer_->call();
+    if (networkConnected_) {
+        debouncer_->call();
+        preconnect();
+    }
+}
+
+// Batches sent side by side each need a connection: opened during the
+// debounce, their handshakes are off the critical path.
+void OfferPipeline::preconnect() {
+    const std::uint32_t most = fetch_.policy.maxConcurrentBatches;
+    if (most <= 1) return;
+    if (auto url = api_.endpoint(api::kOffersPath))
+        api_.preconnect(*url, unsigned(std::min<std::size_t>(most, std::max<std::size_t>(queue_.size(), 1))));
 }
 
 void OfferPipeline::enqueue(const std::vector<LXRoomDetails>& rooms) {

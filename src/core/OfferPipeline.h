@@ -84,6 +84,7 @@ private:
     void fetchNext(const std::shared_ptr<Fetch>& fetch);
     void retry(std::uint64_t arrival);
     void landed(std::uint64_t arrival);
+    void preconnect();
     void fetchOffers(SharedBatch batch, Body body, std::function<void(Outcome)> done);
     void sendOffers(SharedBatch batch, const std::string& url, const std::string& body, const std::string& sessionId,
                     std::function<void(Outcome)> done);

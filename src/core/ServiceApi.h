@@ -37,6 +37,8 @@ public:
     void post(std::string url, std::string body, std::optional<std::string> sessionId,
               std::function<void(HttpResult)> done);
 
+    void preconnect(const std::string& url, unsigned connections) { http_.preconnect(url, connections); }
+
     const json::Encoder& encoder() const noexcept { return encoder_; }
     const json::Decoder& decoder() const noexcept { return decoder_; }
     const std::string& token() const noexcept { return token_; }

@@ -48,6 +48,12 @@ public:
     // opening more connections to it than that; call before the first
     // request. A client that has no such limit ignores it.
     virtual void allowConcurrentRequests(unsigned requests) { (void)requests; }
+    // Opens up to `connections` connections to `url`'s host ahead of the
+    // requests that will use them, within that limit. A hint only.
+    virtual void preconnect(const std::string& url, unsigned connections) {
+        (void)url;
+        (void)connections;
+    }
 };
 
 }  // namespace lxhf

@@ -74,6 +74,7 @@ struct LibsoupHttpClient::Network {
     std::optional<std::string> setupError;
     std::map<std::uint64_t, Exchange*> inFlight;
     bool stopping = false;
+    GCancellable* preconnects = g_cancellable_new();
     ThreadEnd end;
     unsigned connectionsPerHost = 0;  // 0: libsoup's own limit, two
     bool used = false;
@@ -82,10 +83,12 @@ struct LibsoupHttpClient::Network {
         g_main_loop_unref(loop);
         g_main_context_unref(context);
         g_main_context_unref(callerContext);
+        g_object_unref(preconnects);
     }
 
     void open();
     void widen(unsigned requests);
+    void preconnect(const std::string& url, unsigned count);
     void start(std::uint64_t id, HttpRequest request);
     void answer(std::uint64_t id, HttpResult result);
     void stop();
@@ -133,10 +136,13 @@ struct Exchange {
     void startTimer();
 };
 
-void onNetworkEvent(SoupMessage*, GSocketClientEvent event, GIOStream*, gpointer data) {
-    auto& network = static_cast<Exchange*>(data)->network;
+void countEvent(Network& network, GSocketClientEvent event) {
     if (event == G_SOCKET_CLIENT_CONNECTED) ++network.connections;
     if (event == G_SOCKET_CLIENT_TLS_HANDSHAKED) ++network.tlsHandshakes;
+}
+
+void onNetworkEvent(SoupMessage*, GSocketClientEvent event, GIOStream*, gpointer data) {
+    countEvent(static_cast<Exchange*>(data)->network, event);
 }
 
 gboolean onTimeout(gpointer data) {
@@ -291,6 +297,30 @@ void Network::widen(unsigned requests) {
     open();
 }
 
+// Each preconnect holds its message until libsoup is done with it; a stop
+// cancels them all.
+void Network::preconnect(const std::string& url, unsigned count) {
+    if (stopping || setupError) return;
+    used = true;
+    for (unsigned i = 0; i < count; ++i) {
+        SoupMessage* message = soup_message_new("POST", url.c_str());
+        if (message == nullptr) return;
+        soup_message_add_flags(message, SOUP_MESSAGE_IDEMPOTENT);  // as the requests that will reuse it
+        g_signal_connect(message, "network-event",
+                         G_CALLBACK(+[](SoupMessage*, GSocketClientEvent event, GIOStream*, gpointer network) {
+                             countEvent(*static_cast<Network*>(network), event);
+                         }),
+                         this);
+        soup_session_preconnect_async(
+            session, message, G_PRIORITY_DEFAULT, preconnects,
+            [](GObject* source, GAsyncResult* result, gpointer data) {
+                soup_session_preconnect_finish(SOUP_SESSION(source), result, nullptr);
+                g_object_unref(data);
+            },
+            message);
+    }
+}
+
 void Network::start(std::uint64_t id, HttpRequest request) {
     if (stopping) return;
     used = true;
@@ -350,6 +380,7 @@ void Network::answer(std::uint64_t id, HttpResult result) {
 
 void Network::stop() {
     stopping = true;
+    g_cancellable_cancel(preconnects);
     std::vector<Exchange*> pending;
     for (auto& [id, exchange] : inFlight) pending.push_back(exchange);
     for (Exchange* exchange : pending) {
@@ -394,6 +425,10 @@ void LibsoupHttpClient::runOnNetworkThread(std::function<void()> work) {
 
 void LibsoupHttpClient::allowConcurrentRequests(unsigned requests) {
     runOn(network_->context, [network = network_.get(), requests] { network->widen(requests); });
+}
+
+void LibsoupHttpClient::preconnect(const std::string& url, unsigned connections) {
+    runOn(network_->context, [network = network_.get(), url, connections] { network->preconnect(url, connections); });
 }
 
 int LibsoupHttpClient::connectionCount() const { return network_->connections; }

@@ -42,6 +42,9 @@ public:
     void send(HttpRequest request, std::function<void(HttpResult)> done) override;
     // libsoup keeps two connections per host unless told otherwise.
     void allowConcurrentRequests(unsigned requests) override;
+    // With libsoup's own preconnect; a host with an idle connection already
+    // gets no new one.
+    void preconnect(const std::string& url, unsigned connections) override;
 
     static constexpr std::chrono::milliseconds kDefaultStopLimit{2000};
     void setStopLimit(std::chrono::milliseconds limit);

@@ -41,16 +41,15 @@ if [ -e "$ui_lib" ]; then
 fi
 
 step "pkg-config"
-# As the README tells a host to build.
+# The README's own lines, as they stand there, on a host's app.cpp.
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
-# shellcheck disable=SC2046
-g++ -std=c++20 "$source/consumer/main.cpp" -o "$work/pc-consumer" $(pkg-config --cflags --libs lxhotelsfermo)
-LD_LIBRARY_PATH="$libdir" "$work/pc-consumer"
-if [ -e "$ui_lib" ]; then
-  # shellcheck disable=SC2046
-  g++ -std=c++20 "$source/consumer/ui_main.cpp" -o "$work/pc-consumer-ui" $(pkg-config --cflags --libs lxhotelsfermo-ui)
-  LD_LIBRARY_PATH="$libdir" "$work/pc-consumer-ui"
-fi
+mkdir "$work/pc" && cp "$source/consumer/main.cpp" "$work/pc/app.cpp"
+readme_lines=$(awk '/^```sh$/ { block = ""; inside = 1; next } /^```$/ { if (inside && block ~ /pkg-config/) printf "%s", block; inside = 0; next } inside { block = block $0 "\n" }' "$source/../../README.md")
+[ "$(grep -c "pkg-config" <<<"$readme_lines")" = 2 ] || fail "the README's pkg-config lines are not where this test looks"
+while IFS= read -r line; do
+  [[ $line == *lxhotelsfermo-ui* && ! -e $ui_lib ]] && continue
+  (cd "$work/pc" && rm -f a.out && eval "$line" && LD_LIBRARY_PATH="$libdir" ./a.out) || fail "the README's line failed: $line"
+done <<<"$readme_lines"
 
 step "a misusing host, built with AddressSanitizer and with ThreadSanitizer"
 # Callbacks that call back in, and calls from a second thread: the library
