@@ -63,7 +63,9 @@ bool allSettled(const LXHotelsFermoSDK::Offers& offers, std::size_t expected);
 
 #ifdef LXFERMO_HAS_GTK
 // Opens the window when a display can be used; false when there is none.
-bool runDemoWindow(DemoSetup& demo, int& exitCode);
+// With `screenshot`, saves the window there as a PNG once every room has
+// settled, and closes it.
+bool runDemoWindow(DemoSetup& demo, int& exitCode, const std::string* screenshot = nullptr);
 #endif
 
 }  // namespace lxfermo

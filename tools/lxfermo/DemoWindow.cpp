@@ -246,9 +246,49 @@ struct DemoWindow {
     }
 };
 
+// The window as it is on screen, drawn once more by its own renderer.
+bool savePng(GtkWidget* window, const std::string& path) {
+    GdkPaintable* paintable = gtk_widget_paintable_new(window);
+    const int width = gtk_widget_get_width(window), height = gtk_widget_get_height(window);
+    GtkSnapshot* snapshot = gtk_snapshot_new();
+    gdk_paintable_snapshot(paintable, snapshot, width, height);
+    GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
+    bool saved = false;
+    if (GskRenderer* renderer = gtk_native_get_renderer(GTK_NATIVE(window)); node && renderer) {
+        const graphene_rect_t area = GRAPHENE_RECT_INIT(0, 0, float(width), float(height));
+        GdkTexture* texture = gsk_renderer_render_texture(renderer, node, &area);
+        saved = gdk_texture_save_to_png(texture, path.c_str());
+        g_object_unref(texture);
+    }
+    if (node) gsk_render_node_unref(node);
+    g_object_unref(paintable);
+    return saved;
+}
+
+struct Screenshot {
+    DemoWindow* ui;
+    std::string path;
+    std::size_t rooms;
+    int settledTicks = 0;
+    bool taken = false;
+    bool saved = false;
+};
+
+// Once every room has settled and the event batch has had its time.
+gboolean takeScreenshotWhenSettled(gpointer data) {
+    auto& shot = *static_cast<Screenshot*>(data);
+    if (!allSettled(shot.ui->demo.sdk().fermoOffers(), shot.rooms)) return G_SOURCE_CONTINUE;
+    if (++shot.settledTicks < 10) return G_SOURCE_CONTINUE;
+    shot.ui->logRequests();
+    shot.saved = savePng(shot.ui->window, shot.path);
+    shot.taken = true;
+    g_main_loop_quit(shot.ui->loop);
+    return G_SOURCE_REMOVE;
+}
+
 }  // namespace
 
-bool runDemoWindow(DemoSetup& demo, int& exitCode) {
+bool runDemoWindow(DemoSetup& demo, int& exitCode, const std::string* screenshot) {
     if (!gtk_init_check()) return false;
     DemoWindow ui(demo);
     ui.loop = g_main_loop_new(nullptr, FALSE);
@@ -276,8 +316,12 @@ bool runDemoWindow(DemoSetup& demo, int& exitCode) {
     const guint interrupt = g_unix_signal_add(SIGINT, quit, ui.loop);
     const guint terminate = g_unix_signal_add(SIGTERM, quit, ui.loop);
 
+    Screenshot shot{&ui, screenshot ? *screenshot : "", rooms.size()};
+    const guint shooter = screenshot ? g_timeout_add(300, takeScreenshotWhenSettled, &shot) : 0;
+
     gtk_window_present(GTK_WINDOW(ui.window));
     g_main_loop_run(ui.loop);
+    if (shooter && !shot.taken) g_source_remove(shooter);
 
     g_source_remove(interrupt);
     g_source_remove(terminate);
@@ -287,6 +331,10 @@ bool runDemoWindow(DemoSetup& demo, int& exitCode) {
     gtk_window_destroy(GTK_WINDOW(ui.window));
     g_main_loop_unref(ui.loop);
     exitCode = 0;
+    if (screenshot && !shot.saved) {
+        std::fprintf(stderr, "lxfermo demo: could not save %s\n", screenshot->c_str());
+        exitCode = 1;
+    }
     return true;
 }
 
