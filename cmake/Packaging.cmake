@@ -108,7 +108,8 @@ endif()
 if(TARGET lxfermo)
   list(APPEND CPACK_COMPONENTS_ALL lxfermo)
   set(CPACK_DEBIAN_LXFERMO_PACKAGE_SECTION devel)
-  set(CPACK_DEBIAN_LXFERMO_PACKAGE_DEPENDS "${LXHF_NEEDS_RUNTIME}, ${LXHF_DEB_C}, libsoup-3.0-0 (>= 3.2)")
+  # The test service makes its certificates with the openssl command.
+  set(CPACK_DEBIAN_LXFERMO_PACKAGE_DEPENDS "${LXHF_NEEDS_RUNTIME}, ${LXHF_DEB_C}, libsoup-3.0-0 (>= 3.2), openssl")
   # The demo window, when it was built with GTK.
   get_target_property(lxhf_lxfermo_definitions lxfermo COMPILE_DEFINITIONS)
   if("LXFERMO_HAS_GTK" IN_LIST lxhf_lxfermo_definitions)

@@ -60,7 +60,7 @@ void usingIt(GtkApplication* app, const std::string& roomJson) {
 #include <LXHotelsFermo/ui/LXFermoButtonWrapper.h>
 
 auto& sdk = LXHotelsFermoSDK::shared();
-sdk.configure("partner-token", LXEnvironmentType::production);  // before any call but setEndpoints
+sdk.configure("partner-token", LXEnvironmentType::production);  // before any call but setEndpoints, setFetchPolicy
 sdk.connectApplicationShutdown(G_APPLICATION(app));              // empties the session at normal exit
 
 // Rooms are JSON the host builds (docs/rooms.md; snake case with LXJSONKeyStyle::snakeCase),

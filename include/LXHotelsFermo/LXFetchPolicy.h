@@ -11,7 +11,7 @@ struct LXFetchRetry {
     // Seconds before the first retry; each failure doubles it up to
     // `maxDelay`, and the wait is drawn at random below it (full jitter).
     // A Retry-After on a 429 or 503 is waited for instead, up to `maxDelay`.
-    // No wait is shorter than a tenth of `initialDelay`.
+    // No wait is shorter than a tenth of `initialDelay`, which is at least 0.01.
     double initialDelay = 1.0;
     double maxDelay = 60.0;
     // Requests per batch, the first one included, after which its rooms

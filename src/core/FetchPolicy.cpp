@@ -14,7 +14,9 @@ bool usableFetchPolicy(const LXFetchPolicy& policy) {
     if (!policy.retry) return true;
     const auto& retry = *policy.retry;
     const bool finite = std::isfinite(retry.initialDelay) && std::isfinite(retry.maxDelay);
-    if (!finite || retry.initialDelay <= 0 || retry.maxDelay < retry.initialDelay) return false;
+    // Below 10 ms, retries would be a busy loop against a failing service.
+    constexpr double kShortestFirstDelay = 0.01;
+    if (!finite || retry.initialDelay < kShortestFirstDelay || retry.maxDelay < retry.initialDelay) return false;
     return !retry.maxAttempts || *retry.maxAttempts >= 1;
 }
 

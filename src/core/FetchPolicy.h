@@ -17,8 +17,8 @@ struct FetchSettings {
     std::function<double()> random;  // uniform in [0, 1); g_random_double() when empty
 };
 
-// Whether every field is in range: at least one batch, finite positive
-// delays with the first no longer than the longest, at least one attempt.
+// Whether every field is in range: 1 to 64 batches, finite delays with the
+// first at least 10 ms and no longer than the longest, at least one attempt.
 bool usableFetchPolicy(const LXFetchPolicy& policy);
 
 // Whether a failed offers request may pass when sent again: a transfer

@@ -262,7 +262,10 @@ void OfferPipeline::landed(std::uint64_t arrival) {
 // work does nothing: the path coming back fetches the whole queue.
 void OfferPipeline::retry(std::uint64_t arrival) {
     if (!networkConnected_) return;
-    inTurn([this, arrival] { fetchArrivals({arrival}); });
+    // A request for the batch already out (a trigger's) settles it or fails it again.
+    inTurn([this, arrival] {
+        if (!inFlight_.contains(arrival)) fetchArrivals({arrival});
+    });
 }
 
 void OfferPipeline::fetchOffers(SharedBatch batch, Body body, std::function<void(Outcome)> done) {
@@ -305,7 +308,10 @@ void OfferPipeline::sendOffers(SharedBatch batch, const std::string& url, const 
 // is decoded here: the round trip to the worker, which may be busy with a
 // file's fsyncs, would cost more than the work.
 void OfferPipeline::readAnswer(SharedBatch batch, HttpResult result, std::function<void(Outcome)> done) {
-    if (!result) return done(Failure{makeError("fetchOffers URLRequest error: " + result.error().description), true});
+    if (!result) {
+        return done(Failure{makeError("fetchOffers URLRequest error: " + result.error().description),
+                            !result.error().permanent});
+    }
     HttpResponse& response = result.value();
     if (response.status != api::kCreated) {
         return done(Failure{makeError("fetchOffers statusCode error", response.status),

@@ -144,6 +144,7 @@ void SessionManager::createSession(const LXSessionInputs& inputs) {
 
 LXResult<std::string, LXErrorInfo> SessionManager::readCreation(const HttpResult& result) {
     lastRetryAfter_.reset();
+    lastFailurePermanent_ = !result && result.error().permanent;
     if (!result) return makeError(std::string(kCreationTransferFailure) + result.error().description);
     const HttpResponse& response = result.value();
     if (response.status != api::kCreated) {
@@ -180,7 +181,8 @@ void SessionManager::finishCreation(const std::optional<std::string>& askedFor,
     if (!created) {
         const auto& code = created.error().code();
         lastFailureTransient_ = code ? (*code == 429 || (*code >= 500 && *code <= 599))
-                                     : created.error().message().starts_with(kCreationTransferFailure);
+                                     : created.error().message().starts_with(kCreationTransferFailure) &&
+                                           !lastFailurePermanent_;
         const LXErrorInfo failure = makeError(created.error().message());
         for (auto& done : waiting) done(failure);
         return;

@@ -98,6 +98,7 @@ private:
     std::vector<Creation> creations_;
     bool lastFailureTransient_ = false;
     std::optional<Seconds> lastRetryAfter_;  // of the creation answer read last
+    bool lastFailurePermanent_ = false;      // likewise
     // What the worker's saves share with the termination write, which cannot
     // wait behind a worker that may be decoding for a while: the two really
     // run at once, so a lock keeps their writes apart. A save writes only if

@@ -80,7 +80,7 @@ gboolean lxhf_sdk_set_fetch_policy(LxhfSdk* self, guint max_concurrent_batches, 
     policy.requeueLateRooms = requeue_late_rooms;
     if (self->sdk->setFetchPolicy(policy)) return TRUE;
     g_set_error_literal(error, LXHF_ERROR, LXHF_ERROR_FETCH_POLICY_REFUSED,
-                        "A fetch policy needs at least one batch and must be set before the library starts");
+                        "A fetch policy needs 1 to 64 batches and usable retry delays, and must be set before the library starts");
     return FALSE;
 }
 

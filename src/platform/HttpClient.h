@@ -34,6 +34,9 @@ struct HttpResponse {
 // The request never reached an answer: refused, dropped, timed out, bad TLS.
 struct TransportError {
     std::string description;
+    // The request could not be made (a bad URL, header or CA file) or its
+    // answer was refused (too large): sending it again fails the same way.
+    bool permanent = false;
 };
 
 using HttpResult = LXResult<HttpResponse, TransportError>;

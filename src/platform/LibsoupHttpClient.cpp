@@ -178,7 +178,7 @@ HttpResponse responseOf(SoupMessage* message, std::string body) {
 // comes back as itself; a successful one cannot be used without its body.
 HttpResult tooLarge(SoupMessage* message, std::size_t limit) {
     if (!SOUP_STATUS_IS_SUCCESSFUL(soup_message_get_status(message))) return responseOf(message, {});
-    return TransportError{"The answer is larger than " + std::to_string(limit) + " bytes."};
+    return TransportError{"The answer is larger than " + std::to_string(limit) + " bytes.", true};
 }
 
 // Ends the exchange with `result`, or with the failure `error` describes.
@@ -339,7 +339,7 @@ void Network::start(std::uint64_t id, HttpRequest request) {
         soup_message_headers_append(soup_message_get_request_headers(exchange->message), name.c_str(),
                                     value.c_str());
     }
-    if (failure) return answer(id, TransportError{std::move(*failure)});
+    if (failure) return answer(id, TransportError{std::move(*failure), true});
 
     if (!request.body.empty() || (request.method != "GET" && request.method != "HEAD")) {
         GBytes* body = g_bytes_new(request.body.data(), request.body.size());

@@ -44,7 +44,10 @@ TEST(FetchPolicy, IsSetBeforeTheEngineOnlyAndRefusesFieldsOutOfRange) {
     auto notANumber = retrying();
     notANumber.retry->initialDelay = std::nan("");
     auto noAttempts = retrying(0);
-    for (const auto& bad : {none, tooMany, backwards, notANumber, noAttempts}) EXPECT_FALSE(h.sdk->setFetchPolicy(bad));
+    auto busyLoop = retrying();
+    busyLoop.retry->initialDelay = 1e-300;
+    for (const auto& bad : {none, tooMany, backwards, notANumber, noAttempts, busyLoop})
+        EXPECT_FALSE(h.sdk->setFetchPolicy(bad));
     EXPECT_EQ(h.sdk->fetchPolicy(), LXFetchPolicy{});
 
     EXPECT_TRUE(h.sdk->setFetchPolicy(retrying(3)));
@@ -129,6 +132,7 @@ TEST(FetchPolicy, RefusalsAndUndecodableAnswersAreNotRetriedButASessionFailureIs
         {"404", FakeHttpClient::reply(404)},
         {"200", FakeHttpClient::reply(200, "[]")},
         {"undecodable", FakeHttpClient::reply(201, R"([{"offer":{}}])")},
+        {"unsendable", HttpResult(TransportError{"Invalid header: Authorization", true})},
     };
     for (const auto& [name, refusal] : refusals) {
         SCOPED_TRACE(name);
@@ -257,6 +261,21 @@ TEST(FetchPolicy, SpentAttemptsShowTheFetchingError) {
     t.queue->advance(Seconds{0.5});
     EXPECT_EQ(t.http->count("fermo_offers"), 3u);
     EXPECT_THAT(states(*t.sdk), ElementsAre(State::error));
+
+    // One of them failing while the other is still out sends nothing more.
+    CoreHarness u;
+    ASSERT_TRUE(u.sdk->setFetchPolicy(retrying()));
+    u.sdk->cacheOffers({a1});
+    u.queue->advance(Seconds{0.2});
+    u.sdk->refreshCachedOffers(LXRefresh::all);
+    u.queue->advance(Seconds{0.2});
+    ASSERT_EQ(u.http->pendingCount(), 2u);
+    u.http->completeNext(FakeHttpClient::reply(503));
+    u.queue->advance(Seconds{2});
+    EXPECT_EQ(u.http->count("fermo_offers"), 2u);
+    u.http->completeNext(answerFor(u.http->pendingRequest(0)));
+    u.queue->advance(Seconds{0.1});
+    EXPECT_THAT(states(*u.sdk), ElementsAre(State::available));
 }
 
 TEST(FetchPolicy, RoomsQueuedWhileTheirBatchIsInFlightAreFetchedNextOnlyWhenAsked) {

@@ -103,6 +103,8 @@ struct Outcome {
     }
     bool arrived() const { return calls > 0; }
     std::string failure() const { return result && !result->ok() ? result->error().description : "<none>"; }
+    // Whether sending it again would be pointless.
+    bool permanent() const { return result && !result->ok() && result->error().permanent; }
 };
 
 HttpRequest request(std::string method, std::string url, double timeout = 10.0) {
@@ -178,6 +180,8 @@ TEST(LibsoupHttpClient, TimeoutIsPerRequestAndTransportFailuresAreDescribedError
     EXPECT_NE(refused.failure().find("refused"), std::string::npos) << refused.failure();
     EXPECT_NE(invalidUrl.failure().find("not a url at all"), std::string::npos);
     EXPECT_EQ(server.hits, 1);  // the bad header never left the client
+    EXPECT_TRUE(invalidUrl.permanent() && badHeader.permanent());
+    EXPECT_FALSE(refused.permanent() || dropped.permanent());
 
     // A successful answer longer than the limit is a failure, announced or
     // not; a failed status stays itself. The timeout counts only silence.
@@ -194,6 +198,7 @@ TEST(LibsoupHttpClient, TimeoutIsPerRequestAndTransportFailuresAreDescribedError
     }));
     EXPECT_EQ(sized.failure(), "The answer is larger than 4999 bytes.");
     EXPECT_EQ(chunked.failure(), "The answer is larger than 4999 bytes.");
+    EXPECT_TRUE(sized.permanent() && chunked.permanent());
     ASSERT_TRUE(failed.result->ok()) << failed.failure();
     EXPECT_EQ((*failed.result)->status, 500);
     ASSERT_TRUE(fits.result->ok()) << fits.failure();

@@ -8,7 +8,9 @@
 #include <gio/gio.h>
 #include <glib.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <glib/gstdio.h>
+#include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -223,6 +225,8 @@ int runCommand(const SimSetup& setup, const std::vector<std::string>& command) {
     return status;
 }
 
+constexpr int kStartLimitSeconds = 60;
+
 // ssh-agent's way: the parent prints the variables once the service in a
 // detached child answers, and exits, so `$(...)` sees the end of its output.
 int runInBackground(const SimSetup& setup) {
@@ -240,8 +244,22 @@ int runInBackground(const SimSetup& setup) {
     if (pid > 0) {
         close(report[1]);
         std::string text;
+        // A service that never starts (openssl stuck, say) must not hold the
+        // caller's `eval "$(...)"` for ever.
+        const gint64 deadline = g_get_monotonic_time() + kStartLimitSeconds * G_USEC_PER_SEC;
         char buffer[4096];
-        for (ssize_t n; (n = read(report[0], buffer, sizeof buffer)) != 0;) {
+        for (;;) {
+            pollfd readable{report[0], POLLIN, 0};
+            const gint64 left = (deadline - g_get_monotonic_time()) / 1000;
+            const int ready = left > 0 ? poll(&readable, 1, static_cast<int>(left)) : 0;
+            if (ready == 0) {
+                kill(pid, SIGTERM);
+                text = "the test service did not start within " + std::to_string(kStartLimitSeconds) + " s";
+                break;
+            }
+            if (ready < 0 && errno == EINTR) continue;
+            const ssize_t n = ready < 0 ? -1 : read(report[0], buffer, sizeof buffer);
+            if (n == 0) break;
             if (n > 0) text.append(buffer, static_cast<std::size_t>(n));
             else if (errno != EINTR) break;
         }
