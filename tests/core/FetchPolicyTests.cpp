@@ -245,50 +245,60 @@ TEST(FetchPolicy, SpentAttemptsShowTheFetchingError) {
     EXPECT_TRUE(h.engine().offers().queued().empty());
     h.queue->advance(Seconds{300});
     EXPECT_EQ(h.http->count("fermo_offers"), 3u);
+}
 
-    // Two requests out for one batch that fail together are one failure.
-    CoreHarness t;
-    ASSERT_TRUE(t.sdk->setFetchPolicy(retrying(2)));
-    t.sdk->cacheOffers({a1});
-    t.queue->advance(Seconds{0.2});
-    t.sdk->refreshCachedOffers(LXRefresh::all);
-    t.queue->advance(Seconds{0.2});
-    ASSERT_EQ(t.http->pendingCount(), 2u);
-    t.http->completeNext(FakeHttpClient::reply(503));
-    t.http->completeNext(FakeHttpClient::reply(503));
-    EXPECT_THAT(states(*t.sdk), ElementsAre(State::loading));
-    t.http->respondOnceTo("fermo_offers", FakeHttpClient::reply(503));
-    t.queue->advance(Seconds{0.5});
-    EXPECT_EQ(t.http->count("fermo_offers"), 3u);
-    EXPECT_THAT(states(*t.sdk), ElementsAre(State::error));
+// A1's batch with two requests out: the first fetch's and a refresh's.
+void sendTwiceForOneBatch(CoreHarness& h, const LXFetchPolicy& policy) {
+    ASSERT_TRUE(h.sdk->setFetchPolicy(policy));
+    h.sdk->cacheOffers({a1});
+    h.queue->advance(Seconds{0.2});
+    h.sdk->refreshCachedOffers(LXRefresh::all);
+    h.queue->advance(Seconds{0.2});
+    ASSERT_EQ(h.http->pendingCount(), 2u);
+}
 
-    // One of them failing while the other is still out sends nothing more.
-    CoreHarness u;
-    ASSERT_TRUE(u.sdk->setFetchPolicy(retrying()));
-    u.sdk->cacheOffers({a1});
-    u.queue->advance(Seconds{0.2});
-    u.sdk->refreshCachedOffers(LXRefresh::all);
-    u.queue->advance(Seconds{0.2});
-    ASSERT_EQ(u.http->pendingCount(), 2u);
-    u.http->completeNext(FakeHttpClient::reply(503));
-    u.queue->advance(Seconds{2});
-    EXPECT_EQ(u.http->count("fermo_offers"), 2u);
-    u.http->completeNext(answerFor(u.http->pendingRequest(0)));
-    u.queue->advance(Seconds{0.1});
-    EXPECT_THAT(states(*u.sdk), ElementsAre(State::available));
+TEST(FetchPolicy, TwoRequestsOutForOneBatchFailOnceAndARetryWaitsForTheOther) {
+    CoreHarness both;
+    sendTwiceForOneBatch(both, retrying(2));
+    both.http->completeNext(FakeHttpClient::reply(503));
+    both.http->completeNext(FakeHttpClient::reply(503));
+    EXPECT_THAT(states(*both.sdk), ElementsAre(State::loading));
+    both.http->respondOnceTo("fermo_offers", FakeHttpClient::reply(503));
+    both.queue->advance(Seconds{0.5});
+    EXPECT_EQ(both.http->count("fermo_offers"), 3u);
+    EXPECT_THAT(states(*both.sdk), ElementsAre(State::error));
+
+    CoreHarness one;
+    sendTwiceForOneBatch(one, retrying());
+    one.http->completeNext(FakeHttpClient::reply(503));
+    one.queue->advance(Seconds{2});
+    EXPECT_EQ(one.http->count("fermo_offers"), 2u);
+    one.http->completeNext(answerFor(one.http->pendingRequest(0)));
+    one.queue->advance(Seconds{0.1});
+    EXPECT_THAT(states(*one.sdk), ElementsAre(State::available));
+}
+
+// A1's request out, with or without requeued late rooms.
+void sendA1(CoreHarness& h, bool requeue) {
+    LXFetchPolicy policy;
+    policy.requeueLateRooms = requeue;
+    ASSERT_TRUE(h.sdk->setFetchPolicy(policy));
+    h.sdk->cacheOffers({a1});
+    h.queue->advance(Seconds{0.2});
+    ASSERT_EQ(h.http->pendingCount(), 1u);
+}
+
+// Then A2 queued into its batch.
+void queueLateRoom(CoreHarness& h, bool requeue) {
+    sendA1(h, requeue);
+    h.sdk->cacheOffers({a2});
 }
 
 TEST(FetchPolicy, RoomsQueuedWhileTheirBatchIsInFlightAreFetchedNextOnlyWhenAsked) {
     for (bool requeue : {false, true}) {
         SCOPED_TRACE(requeue ? "requeued" : "plain");
         CoreHarness h;
-        LXFetchPolicy policy;
-        policy.requeueLateRooms = requeue;
-        ASSERT_TRUE(h.sdk->setFetchPolicy(policy));
-        h.sdk->cacheOffers({a1});
-        h.queue->advance(Seconds{0.2});
-        ASSERT_EQ(h.http->pendingCount(), 1u);
-        h.sdk->cacheOffers({a2});  // joins A's batch, in flight
+        queueLateRoom(h, requeue);
         h.http->completeNext(answerFor(h.http->pendingRequest(0)));
         h.queue->advance(Seconds{0.2});
         h.serveOffers();
@@ -298,12 +308,7 @@ TEST(FetchPolicy, RoomsQueuedWhileTheirBatchIsInFlightAreFetchedNextOnlyWhenAske
 
     // Its own debounced fetch already carries the late room: nothing more is sent.
     CoreHarness h;
-    LXFetchPolicy policy;
-    policy.requeueLateRooms = true;
-    ASSERT_TRUE(h.sdk->setFetchPolicy(policy));
-    h.sdk->cacheOffers({a1});
-    h.queue->advance(Seconds{0.2});
-    h.sdk->cacheOffers({a2});
+    queueLateRoom(h, true);
     h.queue->advance(Seconds{0.2});
     ASSERT_EQ(h.http->pendingCount(), 2u);
     h.http->completeNext(answerFor(h.http->pendingRequest(0)));
@@ -319,12 +324,7 @@ TEST(FetchPolicy, AUserChangeWhileAnOldRequestIsInFlightGetsTheNewUsersSessionWh
     for (bool requeue : {false, true}) {
         SCOPED_TRACE(requeue ? "requeued" : "plain");
         CoreHarness h;
-        LXFetchPolicy policy;
-        policy.requeueLateRooms = requeue;
-        ASSERT_TRUE(h.sdk->setFetchPolicy(policy));
-        h.sdk->cacheOffers({a1});
-        h.queue->advance(Seconds{0.2});
-        ASSERT_EQ(h.http->pendingCount(), 1u);
+        sendA1(h, requeue);
         h.http->respondOnceTo("sessions", FakeHttpClient::reply(201, R"({"id":"S2"})"));
         h.sdk->updateUser("traveller-2");
         h.http->completeNext(answerFor(h.http->pendingRequest(0)));  // the old user's answer
