@@ -30,16 +30,13 @@ struct Row {
 };
 
 #ifdef LXFERMO_HAS_UI
-// The host's own button for each offer state, as a real application would make it.
-GtkWidget* makeOfferButton(const LXFermoOffer& offer, std::function<void()> action) {
-    GtkWidget* button = gtk_button_new_with_label("Freeze this price");
-    gtk_widget_set_sensitive(button, offer.state.kind() == LXFermoOfferState::Kind::available);
-    using Action = std::function<void()>;
-    g_signal_connect_data(
-        button, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) { (*static_cast<Action*>(data))(); }),
-        new Action(std::move(action)), +[](gpointer data, GClosure*) { delete static_cast<Action*>(data); },
-        GConnectFlags(0));
-    return button;
+// As a booking app labels it: what the traveller holds, and for how much.
+LXFermoButtonWrapper::ButtonFactory offerButton(LXHotelsFermoSDK& sdk) {
+    return LXFermoButtonWrapper::labelledButton([&sdk](const LXFermoOffer& offer) -> std::string {
+        const auto terms = sdk.offerTerms(offer.roomDetails());
+        if (offer.state.kind() != LXFermoOfferState::Kind::available || !terms) return "Freeze this price";
+        return "Hold " + terms->frozenPrice + " " + terms->currency + " for " + terms->deposit + " " + terms->currency;
+    });
 }
 #endif
 
@@ -103,7 +100,7 @@ struct DemoWindow {
         // offer as shown and opens the purchase page on a press.
         row.button = LXFermoButtonWrapper::create(
             room.details, [this](const LXFermoPurchaseResult& result) { append("Page reported: " + result.toJSON()); },
-            &makeOfferButton, [this](const auto& outcome) { pageEnded(outcome); }, pageOptions(), demo.sdk());
+            offerButton(demo.sdk()), [this](const auto& outcome) { pageEnded(outcome); }, pageOptions(), demo.sdk());
 #else
         row.button = gtk_button_new_with_label("Freeze this price");
         g_object_set_data(G_OBJECT(row.button), "lxfermo-row", GSIZE_TO_POINTER(rows.size()));
