@@ -64,8 +64,10 @@ bool allSettled(const LXHotelsFermoSDK::Offers& offers, std::size_t expected);
 #ifdef LXFERMO_HAS_GTK
 // Opens the window when a display can be used; false when there is none.
 // With `screenshot`, saves the window there as a PNG once every room has
-// settled, and closes it.
-bool runDemoWindow(DemoSetup& demo, int& exitCode, const std::string* screenshot = nullptr);
+// settled, and closes it; with `pageShot`, then presses the first available
+// room and saves its purchase page once loaded.
+bool runDemoWindow(DemoSetup& demo, int& exitCode, const std::string* screenshot = nullptr,
+                   const std::string* pageShot = nullptr);
 #endif
 
 }  // namespace lxfermo

@@ -18,6 +18,7 @@ namespace {
 const std::vector<OptionInfo> kDemoOptions = {
     {"terminal", "", "stay in the terminal even when a display is available"},
     {"screenshot", "FILE", "save the window as a PNG once every room has settled, then quit"},
+    {"screenshot-page", "FILE", "then press the first available room and save its purchase page, then quit"},
 };
 
 constexpr const char* kDemoSummary =
@@ -125,7 +126,8 @@ int runDemo(const std::vector<std::string>& args) {
 #ifdef LXFERMO_HAS_GTK
     if (!options->has("terminal")) {
         int exitCode = 0;
-        if (runDemoWindow(*demo, exitCode, options->value("screenshot"))) return exitCode;
+        if (runDemoWindow(*demo, exitCode, options->value("screenshot"), options->value("screenshot-page")))
+            return exitCode;
         std::fprintf(stderr, "lxfermo demo: no display; running in the terminal\n");
     }
 #endif

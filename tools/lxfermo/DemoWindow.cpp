@@ -264,28 +264,68 @@ bool savePng(GtkWidget* window, const std::string& path) {
 
 struct Screenshot {
     DemoWindow* ui;
-    std::string path;
+    std::string path;      // the window's; empty: none
+    std::string pagePath;  // the first available room's purchase page; empty: none
     std::size_t rooms;
     int settledTicks = 0;
+    int pageTicks = 0;
+    bool pressed = false;
     bool taken = false;
     bool saved = false;
 };
 
-// Once every room has settled and the event batch has had its time.
-gboolean takeScreenshotWhenSettled(gpointer data) {
-    auto& shot = *static_cast<Screenshot*>(data);
-    if (!allSettled(shot.ui->demo.sdk().fermoOffers(), shot.rooms)) return G_SOURCE_CONTINUE;
-    if (++shot.settledTicks < 10) return G_SOURCE_CONTINUE;
-    shot.ui->logRequests();
-    shot.saved = savePng(shot.ui->window, shot.path);
+// The purchase window over the demo's, once it has its page's title.
+GtkWindow* loadedPage(GtkWidget* host) {
+    GListModel* toplevels = gtk_window_get_toplevels();
+    GtkWindow* found = nullptr;
+    for (guint i = 0; i < g_list_model_get_n_items(toplevels) && !found; ++i) {
+        auto* window = GTK_WINDOW(g_list_model_get_item(toplevels, i));
+        const char* title = gtk_window_get_title(window);
+        if (gtk_window_get_transient_for(window) == GTK_WINDOW(host) && title && std::string(title) != "Fermo")
+            found = window;
+        g_object_unref(window);
+    }
+    return found;
+}
+
+bool finishShot(Screenshot& shot, bool saved) {
+    shot.saved = saved;
     shot.taken = true;
     g_main_loop_quit(shot.ui->loop);
-    return G_SOURCE_REMOVE;
+    return false;
+}
+
+// Once every room has settled and the event batch has had its time: the
+// window, then a press on the first available room and its page, loaded.
+gboolean takeScreenshotWhenSettled(gpointer data) {
+    constexpr int kTicksPerSecond = 1000 / 300 + 1;
+    auto& shot = *static_cast<Screenshot*>(data);
+    DemoWindow& ui = *shot.ui;
+    const auto offers = ui.demo.sdk().fermoOffers();
+    if (!allSettled(offers, shot.rooms) || ++shot.settledTicks < 10) return G_SOURCE_CONTINUE;
+    if (shot.settledTicks == 10) {
+        ui.logRequests();
+        if (!shot.path.empty() && !savePng(ui.window, shot.path)) return finishShot(shot, false);
+        if (shot.pagePath.empty()) return finishShot(shot, true);
+    }
+    if (!shot.pressed) {
+        shot.pressed = true;
+        for (std::size_t i = 0; i < offers.size() && i < ui.rows.size(); ++i) {
+            if (offers[i].state.kind() != LXFermoOfferState::Kind::available) continue;
+            gtk_widget_activate(gtk_widget_get_first_child(ui.rows[i].button));
+            break;
+        }
+    }
+    GtkWindow* page = loadedPage(ui.window);
+    if (!page) return shot.pageTicks++ > 30 * kTicksPerSecond ? finishShot(shot, false) : G_SOURCE_CONTINUE;
+    // Its fonts and layout settle after the title comes.
+    if (++shot.pageTicks < 2 * kTicksPerSecond) return G_SOURCE_CONTINUE;
+    return finishShot(shot, savePng(GTK_WIDGET(page), shot.pagePath));
 }
 
 }  // namespace
 
-bool runDemoWindow(DemoSetup& demo, int& exitCode, const std::string* screenshot) {
+bool runDemoWindow(DemoSetup& demo, int& exitCode, const std::string* screenshot, const std::string* pageShot) {
     if (!gtk_init_check()) return false;
     DemoWindow ui(demo);
     ui.loop = g_main_loop_new(nullptr, FALSE);
@@ -313,8 +353,9 @@ bool runDemoWindow(DemoSetup& demo, int& exitCode, const std::string* screenshot
     const guint interrupt = g_unix_signal_add(SIGINT, quit, ui.loop);
     const guint terminate = g_unix_signal_add(SIGTERM, quit, ui.loop);
 
-    Screenshot shot{&ui, screenshot ? *screenshot : "", rooms.size()};
-    const guint shooter = screenshot ? g_timeout_add(300, takeScreenshotWhenSettled, &shot) : 0;
+    Screenshot shot{&ui, screenshot ? *screenshot : "", pageShot ? *pageShot : "", rooms.size()};
+    const bool shooting = screenshot || pageShot;
+    const guint shooter = shooting ? g_timeout_add(300, takeScreenshotWhenSettled, &shot) : 0;
 
     gtk_window_present(GTK_WINDOW(ui.window));
     g_main_loop_run(ui.loop);
@@ -328,8 +369,8 @@ bool runDemoWindow(DemoSetup& demo, int& exitCode, const std::string* screenshot
     gtk_window_destroy(GTK_WINDOW(ui.window));
     g_main_loop_unref(ui.loop);
     exitCode = 0;
-    if (screenshot && !shot.saved) {
-        std::fprintf(stderr, "lxfermo demo: could not save %s\n", screenshot->c_str());
+    if (shooting && !shot.saved) {
+        std::fprintf(stderr, "lxfermo demo: could not save the screenshot\n");
         exitCode = 1;
     }
     return true;
