@@ -64,30 +64,16 @@ LibraryRun runLibrary(const std::vector<LXRoomDetails>& rooms, std::uint32_t wid
     auto& svc = service();
     test::TempDir cache;
     LibsoupHttpClient* client = nullptr;
-    auto sdk = liveFacade(svc, cache.path().string(), client);
-    LXFetchPolicy policy;
-    policy.maxConcurrentBatches = width;
-    if (!sdk->setFetchPolicy(policy)) benchFailure("the fetch policy was refused");
-    sdk->configure("bench-token", LXEnvironmentType::staging);
-
-    bool settled = false;
-    Clock::time_point end;
-    auto subscription = sdk->subscribeFermoOffers([&](const LXHotelsFermoSDK::Offers& offers) {
-        if (settled || offers.size() != rooms.size()) return;
-        if (std::all_of(offers.begin(), offers.end(), [](const LXFermoOffer& o) {
-                return o.state.kind() == LXFermoOfferState::Kind::available;
-            })) {
-            settled = true;
-            end = Clock::now();
-        }
-    });
+    auto sdk = configuredFacade(svc, cache.path().string(), client, width);
+    SettleWatch watch;
+    auto subscription = watchSettled(*sdk, rooms.size(), watch);
     const double cpuStart = threadCpuSeconds();
     const auto start = Clock::now();
     sdk->cacheOffers(rooms);
     const auto firstCallEnd = Clock::now();
-    iterateUntil([&] { return settled; });
+    iterateUntil([&] { return watch.settled; });
     const double cpu = threadCpuSeconds() - cpuStart;
-    LibraryRun run{std::chrono::duration<double>(end - start).count(), client ? client->tlsHandshakeCount() : 0,
+    LibraryRun run{std::chrono::duration<double>(watch.end - start).count(), client ? client->tlsHandshakeCount() : 0,
                    timeStoreWrite(cache.path()), cpu, std::chrono::duration<double>(firstCallEnd - start).count()};
     subscription = {};
     sdk.reset();

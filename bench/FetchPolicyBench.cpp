@@ -29,27 +29,13 @@ Settled settle(const std::vector<LXRoomDetails>& rooms, std::uint32_t width) {
     auto& svc = localService();
     test::TempDir cache;
     LibsoupHttpClient* client = nullptr;
-    auto sdk = liveFacade(svc, cache.path().string(), client);
-    LXFetchPolicy policy;
-    policy.maxConcurrentBatches = width;
-    if (!sdk->setFetchPolicy(policy)) benchFailure("the fetch policy was refused");
-    sdk->configure("bench-token", LXEnvironmentType::staging);
-
-    bool settled = false;
-    Clock::time_point end;
-    auto subscription = sdk->subscribeFermoOffers([&](const LXHotelsFermoSDK::Offers& offers) {
-        if (settled || offers.size() != rooms.size()) return;
-        if (std::ranges::all_of(offers, [](const LXFermoOffer& o) {
-                return o.state.kind() == LXFermoOfferState::Kind::available;
-            })) {
-            settled = true;
-            end = Clock::now();
-        }
-    });
+    auto sdk = configuredFacade(svc, cache.path().string(), client, width);
+    SettleWatch watch;
+    auto subscription = watchSettled(*sdk, rooms.size(), watch);
     const auto start = Clock::now();
     sdk->cacheOffers(rooms);
-    iterateUntil([&] { return settled; });
-    Settled run{std::chrono::duration<double>(end - start).count(), client ? client->connectionCount() : 0};
+    iterateUntil([&] { return watch.settled; });
+    Settled run{std::chrono::duration<double>(watch.end - start).count(), client ? client->connectionCount() : 0};
     subscription = {};
     sdk.reset();
     return run;

@@ -5,7 +5,9 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <string>
 
 #include "BenchRooms.h"
@@ -44,6 +46,37 @@ inline std::unique_ptr<LXHotelsFermoSDK> liveFacade(testing::FermoTestService& s
     sdk->setEndpoints(
         LXEndpoints{service.apiBase(), service.micrositeBase(), service.intakeUrl(), service.caFile(), cacheFolder});
     return sdk;
+}
+
+// `liveFacade`, asking for `width` batches at once, configured.
+inline std::unique_ptr<LXHotelsFermoSDK> configuredFacade(testing::FermoTestService& service,
+                                                          const std::string& cacheFolder, LibsoupHttpClient*& client,
+                                                          std::uint32_t width) {
+    auto sdk = liveFacade(service, cacheFolder, client);
+    LXFetchPolicy policy;
+    policy.maxConcurrentBatches = width;
+    if (!sdk->setFetchPolicy(policy)) benchFailure("the fetch policy was refused");
+    sdk->configure("bench-token", LXEnvironmentType::staging);
+    return sdk;
+}
+
+// When the first list of `rooms` offers, all available, was published.
+struct SettleWatch {
+    bool settled = false;
+    std::chrono::steady_clock::time_point end;
+};
+
+inline LXSubscription watchSettled(LXHotelsFermoSDK& sdk, std::size_t rooms, SettleWatch& watch) {
+    return sdk.subscribeFermoOffers([&watch, rooms](const LXHotelsFermoSDK::Offers& offers) {
+        if (watch.settled || offers.size() != rooms) return;
+        const auto available = [](const LXFermoOffer& o) {
+            return o.state.kind() == LXFermoOfferState::Kind::available;
+        };
+        if (std::all_of(offers.begin(), offers.end(), available)) {
+            watch.settled = true;
+            watch.end = std::chrono::steady_clock::now();
+        }
+    });
 }
 
 template <class Done>

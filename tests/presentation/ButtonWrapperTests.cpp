@@ -34,10 +34,8 @@ protected:
         xdg = new TempDir();
         g_setenv("XDG_CACHE_HOME", (xdg->path() / "cache").c_str(), TRUE);
         g_setenv("XDG_DATA_HOME", (xdg->path() / "data").c_str(), TRUE);
-        if (!(hasDisplay = gtk_init_check())) return;
-        service = new FermoTestService();
-        std::string error;
-        if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
+        service = startServiceWithDisplay();
+        hasDisplay = service != nullptr;
     }
     static void TearDownTestSuite() {
         delete service;

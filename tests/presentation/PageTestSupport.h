@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "FermoTestService.h"
 #include "LXHotelsFermo/LXFermoOffer.h"
 #include "support/MainLoop.h"
 
@@ -43,6 +44,16 @@ inline std::string evaluate(WebKitWebView* view, const std::string& script, doub
         new std::shared_ptr<std::optional<std::string>>(text));
     EXPECT_TRUE(runMainLoopUntil([&] { return text->has_value(); }, patience));
     return text->value_or("");
+}
+
+// The local service a page test suite shares, started once a display is
+// known to be there; null without one.
+inline testing::FermoTestService* startServiceWithDisplay() {
+    if (!gtk_init_check()) return nullptr;
+    auto* service = new testing::FermoTestService();
+    std::string error;
+    if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
+    return service;
 }
 
 }  // namespace lxhf::test

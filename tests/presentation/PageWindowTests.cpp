@@ -60,10 +60,8 @@ bool pressEscape(GtkWindow* window) {
 class PageWindow : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        if (!(hasDisplay = gtk_init_check())) return;
-        service = new testing::FermoTestService();
-        std::string error;
-        if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
+        service = startServiceWithDisplay();
+        hasDisplay = service != nullptr;
     }
     static void TearDownTestSuite() { delete service; }
 

@@ -35,10 +35,8 @@ protected:
         // ".invalid" names never resolve; on a machine without a network the
         // resolver should say so quickly rather than wait for its servers.
         g_setenv("RES_OPTIONS", "timeout:1 attempts:1", TRUE);
-        if (!(hasDisplay = gtk_init_check())) return;
-        service = new testing::FermoTestService();
-        std::string error;
-        if (!service->startOnOwnThread(&error)) ADD_FAILURE() << "test service: " << error;
+        service = startServiceWithDisplay();
+        hasDisplay = service != nullptr;
     }
     static void TearDownTestSuite() { delete service; }
 
