@@ -4,7 +4,9 @@ set_target_properties(lxhf_gobject PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS lxhf_gobject
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ui_runtime NAMELINK_COMPONENT ui_dev)
 lxhf_no_runpath_in_usr(lxhf_gobject ${CMAKE_INSTALL_LIBDIR} ui_runtime)
-install(DIRECTORY include/lxhf DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ui_dev)
+install(DIRECTORY include/lxhf DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ui_dev PATTERN "*.in" EXCLUDE)
+install(FILES ${PROJECT_BINARY_DIR}/include/lxhf/lxhf-version.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/lxhf COMPONENT ui_dev)
 install(FILES ${PROJECT_BINARY_DIR}/src/gobject/Lxhf-1.0.gir
   DESTINATION ${CMAKE_INSTALL_DATADIR}/gir-1.0 COMPONENT ui_dev)
 install(FILES ${PROJECT_BINARY_DIR}/src/gobject/Lxhf-1.0.typelib

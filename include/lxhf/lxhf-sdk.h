@@ -5,6 +5,7 @@
 #include <gio/gio.h>
 
 #include <lxhf/lxhf-export.h>
+#include <lxhf/lxhf-page.h>
 #include <lxhf/lxhf-room-details.h>
 #include <lxhf/lxhf-types.h>
 
@@ -127,12 +128,31 @@ LXHF_API GListModel* lxhf_sdk_get_offers(LxhfSdk* self);
  *
  * The purchase page's address for @room, from its latest signed full
  * offer; why there is none is also logged. #LxhfPurchasePage shows it with
- * the page's script bridge; a web view of the host's own needs the bridge
- * of the C++ API (LXPurchasePage.h) as well.
+ * the page's script bridge; a web view of the host's own injects
+ * lxhf_page_bridge_user_script(), registers a script message handler named
+ * by lxhf_page_bridge_handler_name() and hands each message to
+ * lxhf_sdk_page_message().
  *
  * Returns: (transfer full) (nullable): the address, or %NULL with @error set
  */
 LXHF_API char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError** error);
+
+/**
+ * lxhf_sdk_page_message:
+ * @self: the library
+ * @body_json: one message the purchase page posted, as JSON text
+ * @handler_name: (nullable): the script message handler it was posted to;
+ *   %NULL for the bridge's own, lxhf_page_bridge_handler_name()
+ *
+ * Reads a message of the purchase page shown in a web view of the host's
+ * own, logs what the library's own page logs for it, and says what the
+ * view must do. A message that cannot be read, or was posted to another
+ * handler, is %LXHF_PAGE_ACTION_KIND_MALFORMED.
+ *
+ * Returns: (transfer full) (nullable): what the message asks of the view;
+ *   %NULL only when called off the library's thread
+ */
+LXHF_API LxhfPageAction* lxhf_sdk_page_message(LxhfSdk* self, const char* body_json, const char* handler_name);
 
 /**
  * lxhf_sdk_report_shown:

@@ -68,6 +68,28 @@ typedef enum {
 } LxhfPurchaseResult;
 
 /**
+ * LxhfPageActionKind:
+ * @LXHF_PAGE_ACTION_KIND_CANCELLED: the page asked to close ("close")
+ * @LXHF_PAGE_ACTION_KIND_PURCHASED: the traveller paid the deposit; the page
+ *   stays up and asks to close after
+ * @LXHF_PAGE_ACTION_KIND_ERROR: the page failed; #LxhfPageAction:error-message says why
+ * @LXHF_PAGE_ACTION_KIND_READY: the page has loaded
+ * @LXHF_PAGE_ACTION_KIND_UNKNOWN: an event the library does not know; logged
+ * @LXHF_PAGE_ACTION_KIND_MALFORMED: not `{eventName: string, data: object}`,
+ *   or posted to another handler; logged
+ *
+ * What one message from the purchase page was.
+ */
+typedef enum {
+  LXHF_PAGE_ACTION_KIND_CANCELLED,
+  LXHF_PAGE_ACTION_KIND_PURCHASED,
+  LXHF_PAGE_ACTION_KIND_ERROR,
+  LXHF_PAGE_ACTION_KIND_READY,
+  LXHF_PAGE_ACTION_KIND_UNKNOWN,
+  LXHF_PAGE_ACTION_KIND_MALFORMED
+} LxhfPageActionKind;
+
+/**
  * LxhfError:
  * @LXHF_ERROR_INVALID_ROOM: room JSON could not be read; the message says where and why
  * @LXHF_ERROR_NO_RESPONSE: the service has not answered for the room yet
@@ -105,6 +127,8 @@ LXHF_API GType lxhf_environment_get_type(void);
 LXHF_API GType lxhf_refresh_get_type(void);
 #define LXHF_TYPE_OFFER_STATE (lxhf_offer_state_get_type())
 LXHF_API GType lxhf_offer_state_get_type(void);
+#define LXHF_TYPE_PAGE_ACTION_KIND (lxhf_page_action_kind_get_type())
+LXHF_API GType lxhf_page_action_kind_get_type(void);
 #define LXHF_TYPE_PURCHASE_RESULT (lxhf_purchase_result_get_type())
 LXHF_API GType lxhf_purchase_result_get_type(void);
 

@@ -5,6 +5,7 @@
 #include <gtk/gtk.h>
 
 #include <lxhf/lxhf-export.h>
+#include <lxhf/lxhf-page.h>
 #include <lxhf/lxhf-room-details.h>
 #include <lxhf/lxhf-types.h>
 
@@ -64,6 +65,17 @@ LXHF_API LxhfOfferState lxhf_offer_button_get_state(LxhfOfferButton* self);
 LXHF_API void lxhf_offer_button_set_label(LxhfOfferButton* self, LxhfOfferState state, const char* label);
 
 /**
+ * lxhf_offer_button_set_page_options:
+ * @self: an offer button
+ * @options: (nullable): how the pages it opens behave; %NULL for the defaults
+ *
+ * Takes a copy of @options for each page the button opens from now on.
+ * Like a new room, new options rebuild the button: a page it has up is
+ * taken down without a result, so set them before showing it.
+ */
+LXHF_API void lxhf_offer_button_set_page_options(LxhfOfferButton* self, LxhfPageOptions* options);
+
+/**
  * LxhfPurchasePage:
  *
  * The purchase page for one room, in a fullscreen window over the host's.
@@ -84,6 +96,22 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfPurchasePage, lxhf_purchase_page, LXHF, PURCHA
  * Returns: (transfer full): the page
  */
 LXHF_API LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoomDetails* room);
+
+/**
+ * lxhf_purchase_page_present_with_options:
+ * @parent: (nullable): the host's window
+ * @room: a room handed in
+ * @options: (nullable): how the page behaves; %NULL for the defaults
+ *
+ * Like lxhf_purchase_page_present(), with @options read once, now. With
+ * #LxhfPageOptions:report-load-failures on, a page that fails to load or is
+ * not ready in time emits its error through #LxhfPurchasePage::result and
+ * #LxhfPurchasePage::finished, and goes.
+ *
+ * Returns: (transfer full): the page
+ */
+LXHF_API LxhfPurchasePage* lxhf_purchase_page_present_with_options(GtkWindow* parent, LxhfRoomDetails* room,
+                                                                   LxhfPageOptions* options);
 
 /**
  * lxhf_purchase_page_close:

@@ -12,7 +12,9 @@
 #include "LXHotelsFermo/LXFermoOffer.h"
 #include "LXHotelsFermo/LXHotelsFermoSDK.h"
 #include "LXHotelsFermo/LXOfferTerms.h"
+#include "LXHotelsFermo/LXPurchasePage.h"
 #include "LXHotelsFermo/LXRoomDetails.h"
+#include "LXHotelsFermo/ui/LXPurchaseWindow.h"
 
 namespace lxhf::gobject {
 
@@ -31,6 +33,10 @@ void offerUpdate(LxhfOffer* item, const LXFermoOfferState& state, const std::opt
 
 // A model of LxhfOffer items following `sdk`'s published offers.
 GListModel* offerListNew(LXHotelsFermoSDK& sdk);
+
+LxhfPageAction* pageActionNew(const LXPurchasePageAction& action);
+// The defaults for NULL, as a page opened without options has.
+LXPurchasePageOptions optionsOf(LxhfPageOptions* options);
 
 LxhfOfferState stateOf(const LXFermoOfferState& state);
 LxhfPurchaseResult resultOf(const LXFermoPurchaseResult& result);

@@ -17,6 +17,7 @@ struct _LxhfOfferButton {
     guint stateNotice;  // idle source announcing a new state, or 0
     std::array<std::string, 4> labels;  // by LxhfOfferState
     GtkWidget* button;  // the current GtkButton, owned by the wrapper; cleared by a weak pointer
+    LXPurchasePageOptions pageOptions;
 };
 
 G_DEFINE_FINAL_TYPE(LxhfOfferButton, lxhf_offer_button, GTK_TYPE_WIDGET)
@@ -87,7 +88,8 @@ void attachWrapper(LxhfOfferButton* self) {
         else
             g_signal_emit(self, signals[SIGNAL_FINISHED], 0, LXHF_PURCHASE_RESULT_NONE, nullptr);
     };
-    GtkWidget* wrapper = LXFermoButtonWrapper::create(roomOf(self->room), onResult, factory, onEnded);
+    GtkWidget* wrapper =
+        LXFermoButtonWrapper::create(roomOf(self->room), onResult, factory, onEnded, self->pageOptions);
     gtk_widget_set_parent(wrapper, GTK_WIDGET(self));
 }
 
@@ -178,6 +180,7 @@ static void lxhf_offer_button_class_init(LxhfOfferButtonClass* klass) {
 
 static void lxhf_offer_button_init(LxhfOfferButton* self) {
     construct(self->labels);
+    construct(self->pageOptions);
     self->labels = {"Checking the price…", "Freeze this price", "No price freeze for this room",
                     "Price freeze unavailable"};
 }
@@ -215,4 +218,14 @@ void lxhf_offer_button_set_label(LxhfOfferButton* self, LxhfOfferState state, co
     g_return_if_fail(state >= LXHF_OFFER_STATE_LOADING && state <= LXHF_OFFER_STATE_ERROR);
     self->labels[state] = label;
     if (state == self->state && GTK_IS_BUTTON(self->button)) gtk_button_set_label(GTK_BUTTON(self->button), label);
+}
+
+void lxhf_offer_button_set_page_options(LxhfOfferButton* self, LxhfPageOptions* options) {
+    g_return_if_fail(LXHF_IS_OFFER_BUTTON(self));
+    g_return_if_fail(options == nullptr || LXHF_IS_PAGE_OPTIONS(options));
+    if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_offer_button_set_page_options")) return;
+    self->pageOptions = optionsOf(options);
+    if (!self->room) return;
+    detachWrapper(self);
+    attachWrapper(self);
 }

@@ -69,8 +69,14 @@ void finish(LxhfPurchasePage* self, const std::optional<LXFermoPurchaseResult>& 
 }  // namespace
 
 LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoomDetails* room) {
+    return lxhf_purchase_page_present_with_options(parent, room, nullptr);
+}
+
+LxhfPurchasePage* lxhf_purchase_page_present_with_options(GtkWindow* parent, LxhfRoomDetails* room,
+                                                          LxhfPageOptions* options) {
     g_return_val_if_fail(parent == nullptr || GTK_IS_WINDOW(parent), nullptr);
     g_return_val_if_fail(lxhf::gobject::holdsRoom(room), nullptr);
+    g_return_val_if_fail(options == nullptr || LXHF_IS_PAGE_OPTIONS(options), nullptr);
     if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_purchase_page_present")) return nullptr;
     auto* self = static_cast<LxhfPurchasePage*>(g_object_new(LXHF_TYPE_PURCHASE_PAGE, nullptr));
     std::optional<std::string> url;
@@ -80,7 +86,8 @@ LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoomDetails*
     g_object_ref(self);
     GtkWindow* window = LXPurchaseWindow::presentWithOutcome(
         parent, std::move(url), [self](const LXFermoPurchaseResult& result) { report(self, result); },
-        [self](const std::optional<LXFermoPurchaseResult>& outcome) { finish(self, outcome); });
+        [self](const std::optional<LXFermoPurchaseResult>& outcome) { finish(self, outcome); },
+        lxhf::gobject::optionsOf(options));
     if (!self->finished) self->window = window;
     return self;
 }

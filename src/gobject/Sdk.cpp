@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct _LxhfSdk {
@@ -125,6 +126,13 @@ char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError
     g_set_error_literal(error, LXHF_ERROR, errorFor(missing.reason),
                         missing.message.empty() ? "No purchase address" : missing.message.c_str());
     return nullptr;
+}
+
+LxhfPageAction* lxhf_sdk_page_message(LxhfSdk* self, const char* body_json, const char* handler_name) {
+    g_return_val_if_fail(LXHF_IS_SDK(self) && body_json != nullptr, nullptr);
+    if (!self->sdk->admitsCall("lxhf_sdk_page_message")) return nullptr;
+    const std::string_view handler = handler_name ? handler_name : LXPurchasePageBridge::handlerName;
+    return pageActionNew(self->sdk->pageMessage(body_json, handler));
 }
 
 void lxhf_sdk_report_shown(LxhfSdk* self, LxhfRoomDetails* room) {

@@ -31,6 +31,19 @@ G_DEFINE_ENUM_TYPE(LxhfPurchaseResult, lxhf_purchase_result,
                    G_DEFINE_ENUM_VALUE(LXHF_PURCHASE_RESULT_INVALID, "invalid"),
                    G_DEFINE_ENUM_VALUE(LXHF_PURCHASE_RESULT_ERROR, "error"))
 
+G_DEFINE_ENUM_TYPE(LxhfPageActionKind, lxhf_page_action_kind,
+                   G_DEFINE_ENUM_VALUE(LXHF_PAGE_ACTION_KIND_CANCELLED, "cancelled"),
+                   G_DEFINE_ENUM_VALUE(LXHF_PAGE_ACTION_KIND_PURCHASED, "purchased"),
+                   G_DEFINE_ENUM_VALUE(LXHF_PAGE_ACTION_KIND_ERROR, "error"),
+                   G_DEFINE_ENUM_VALUE(LXHF_PAGE_ACTION_KIND_READY, "ready"),
+                   G_DEFINE_ENUM_VALUE(LXHF_PAGE_ACTION_KIND_UNKNOWN, "unknown"),
+                   G_DEFINE_ENUM_VALUE(LXHF_PAGE_ACTION_KIND_MALFORMED, "malformed"))
+
+// The library's own version, which a host built against other headers can ask.
+guint lxhf_get_major_version(void) { return LXHF_MAJOR_VERSION; }
+guint lxhf_get_minor_version(void) { return LXHF_MINOR_VERSION; }
+guint lxhf_get_micro_version(void) { return LXHF_MICRO_VERSION; }
+
 namespace lxhf::gobject {
 
 bool validText(const char* text) { return text && g_utf8_validate(text, -1, nullptr); }
