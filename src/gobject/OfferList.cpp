@@ -93,11 +93,14 @@ void follow(LxhfOfferList* self) {
         return;
     }
     self->following = true;
+    // A handler of items-changed may drop the host's last reference.
+    g_object_ref(self);
     do {
         self->followAgain = false;
         followOnce(self, self->sdk->fermoOffers());
     } while (self->followAgain);
     self->following = false;
+    g_object_unref(self);
 }
 
 }  // namespace

@@ -15,7 +15,13 @@ using namespace lxhf::gobject;
 
 G_DEFINE_FINAL_TYPE(LxhfSdk, lxhf_sdk, G_TYPE_OBJECT)
 
-static void lxhf_sdk_class_init(LxhfSdkClass*) {}
+static void lxhf_sdk_dispose(GObject* object) {
+    // Ends the model's subscription too, unless the host still holds the model.
+    g_clear_object(&LXHF_SDK(object)->offers);
+    G_OBJECT_CLASS(lxhf_sdk_parent_class)->dispose(object);
+}
+
+static void lxhf_sdk_class_init(LxhfSdkClass* klass) { G_OBJECT_CLASS(klass)->dispose = lxhf_sdk_dispose; }
 
 static void lxhf_sdk_init(LxhfSdk* self) { self->sdk = &LXHotelsFermoSDK::shared(); }
 
