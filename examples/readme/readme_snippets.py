@@ -30,12 +30,16 @@ offers.connect("items-changed", lambda model, position, removed, added: ...)  # 
 
 room = Lxhf.RoomDetails.new_from_json(room_json)  # docs/rooms.md; raises GLib.Error saying where it is wrong
 sdk.cache_offers([room])
+print(room.props.hotel_name, room.props.price)  # each field is a read-only property, for expressions too
 
+# With report_load_failures, a page that cannot load ends in ERROR instead of spinning.
+options = Lxhf.PageOptions(report_load_failures=True, ready_timeout_seconds=30)
 button = Lxhf.OfferButton.new(room)  # follows the room, opens its purchase page when pressed
 button.set_label(Lxhf.OfferState.AVAILABLE, "Freeze this price")
+button.set_page_options(options)
 button.connect("result", lambda button, result, message: print(result.value_nick))
 
-page = Lxhf.PurchasePage.present(window, room)  # or open it yourself
+page = Lxhf.PurchasePage.present_with_options(window, room, options)  # or open it yourself
 # Once, when it has gone: PURCHASED if the traveller bought, else the page's CANCELLED or
 # ERROR, or NONE when the traveller closed the window.
 page.connect("finished", lambda page, result, message: print(result.value_nick))
