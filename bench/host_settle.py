@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Settle time of `lxfermo host` against `lxfermo sim` with every "sessions"
 and "fermo_offers" answer held 0.1 s: 100 rooms in 10 hotels, from sending
-cacheOffers to the offers event in which every room is available, one batch
+cacheOffers (sent once the host said it was ready) to the offers event in
+which every room is available, one batch
 at a time and with --max-concurrent-batches 10.
 usage: bench/host_settle.py [BUILD_DIR (build)] [RUNS (5)]"""
 import json
@@ -39,6 +40,9 @@ def drive_host(width, cache):
         [lxfermo, "host", "--api-base", env["LXHF_API_BASE"], "--ca-file", env["LXHF_CA_FILE"],
          "--cache-dir", cache, "--max-concurrent-batches", str(width)],
         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+    # The clock starts once the process is up: loading its libraries is not settling.
+    if json.loads(host.stdout.readline()).get("event") != "ready":
+        sys.exit("host_settle: lxfermo host did not say it was ready")
     host.stdin.write(json.dumps({"cmd": "configure", "token": "settle", "environment": "staging"}) + "\n")
     host.stdin.flush()
     start = time.monotonic()
