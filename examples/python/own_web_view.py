@@ -52,6 +52,7 @@ def trust_test_service(view, uri, certificate, _errors):
     return True
 
 
+# own-web-view: begin
 def present_purchase_page(parent, sdk, room, on_result, on_gone):
     """Shows the purchase page for `room` over `parent`; `on_gone` runs when
     the page asked to be taken down."""
@@ -99,6 +100,7 @@ def present_purchase_page(parent, sdk, room, on_result, on_gone):
     content.connect(f"script-message-received::{handler}", on_message)
     view.load_uri(address)
     window.present()
+# own-web-view: end
 
 
 def main(argv):

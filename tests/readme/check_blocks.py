@@ -23,7 +23,8 @@ examples = root / "examples"
 tested = {
     "cpp": regions(examples / "readme/readme_snippets.cpp", "readme: begin", "readme: end")
     + regions(examples / "own-web-view/own_web_view.cpp", "own-web-view: begin", "own-web-view: end"),
-    "python": regions(examples / "readme/readme_snippets.py", "readme: begin", "readme: end"),
+    "python": regions(examples / "readme/readme_snippets.py", "readme: begin", "readme: end")
+    + regions(examples / "python/own_web_view.py", "own-web-view: begin", "own-web-view: end"),
     "js": regions(examples / "readme/readme_snippets.js", "readme: begin", "readme: end"),
 }
 
