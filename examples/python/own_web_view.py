@@ -98,6 +98,7 @@ def present_purchase_page(parent, sdk, room, on_result, on_gone):
             GLib.idle_add(close)
 
     content.connect(f"script-message-received::{handler}", on_message)
+    window.connect("close-request", lambda _window: on_gone() or False)  # closed by the traveller
     view.load_uri(address)
     window.present()
 # own-web-view: end

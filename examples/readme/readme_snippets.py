@@ -30,7 +30,7 @@ offers.connect("items-changed", lambda model, position, removed, added: ...)  # 
 
 room = Lxhf.RoomDetails.new_from_json(room_json)  # docs/rooms.md; raises GLib.Error saying where it is wrong
 sdk.cache_offers([room])
-print(room.props.hotel_name, room.props.price)  # each field is a read-only property, for expressions too
+print(room.props.hotel_name, room.props.price)  # each getter is a read-only property too, for expressions
 
 # With report_load_failures, a page that cannot load ends in ERROR instead of spinning.
 options = Lxhf.PageOptions(report_load_failures=True, ready_timeout_seconds=30)

@@ -92,8 +92,10 @@ LXHF_API const char* lxhf_page_bridge_user_script(void);
  * LxhfPageOptions:
  *
  * How a purchase page the library shows behaves beyond what the page itself
- * reports. Made with every option off, as a page is without options; read
- * when a page opens.
+ * reports. Made with the defaults of a page shown without options; copied
+ * when handed to lxhf_purchase_page_present_with_options() or
+ * lxhf_offer_button_set_page_options(), so later changes apply only when
+ * handed again.
  */
 #define LXHF_TYPE_PAGE_OPTIONS (lxhf_page_options_get_type())
 LXHF_API G_DECLARE_FINAL_TYPE(LxhfPageOptions, lxhf_page_options, LXHF, PAGE_OPTIONS, GObject)

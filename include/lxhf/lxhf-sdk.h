@@ -116,7 +116,8 @@ LXHF_API void lxhf_sdk_refresh_cached_offers(LxhfSdk* self, LxhfRefresh refresh)
  * state change notifies on its item; "items-changed" is emitted when rooms
  * are added, and when the host replaced the list through the C++ API.
  *
- * Returns: (transfer none): a #GListModel of #LxhfOffer
+ * Returns: (transfer none) (nullable): a #GListModel of #LxhfOffer; %NULL
+ *   only when called off the library's thread
  */
 LXHF_API GListModel* lxhf_sdk_get_offers(LxhfSdk* self);
 
@@ -136,6 +137,20 @@ LXHF_API GListModel* lxhf_sdk_get_offers(LxhfSdk* self);
  * Returns: (transfer full) (nullable): the address, or %NULL with @error set
  */
 LXHF_API char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError** error);
+
+/**
+ * lxhf_sdk_get_offer_response_revision:
+ * @self: the library
+ * @room: a room
+ *
+ * A web view of the host's own composes the page's address again when this
+ * changes: each time the service's answer for @room is replaced, even by
+ * equal terms under a new signature.
+ *
+ * Returns: the revision of the service's answer for @room; 0 while there
+ *   is none
+ */
+LXHF_API guint64 lxhf_sdk_get_offer_response_revision(LxhfSdk* self, LxhfRoomDetails* room);
 
 /**
  * lxhf_sdk_page_message:

@@ -56,8 +56,9 @@ typedef enum {
  * @LXHF_PURCHASE_RESULT_INVALID: the page reported something unreadable
  * @LXHF_PURCHASE_RESULT_ERROR: the page failed; a message says why
  *
- * What the purchase page reported. Only #LxhfPurchasePage::finished carries
- * %LXHF_PURCHASE_RESULT_NONE.
+ * What the purchase page reported. %LXHF_PURCHASE_RESULT_NONE is carried
+ * only where there may be no result: by the "finished" signals, and by
+ * #LxhfPageAction:result for a message that holds none.
  */
 typedef enum {
   LXHF_PURCHASE_RESULT_NONE,

@@ -28,7 +28,8 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfOfferButton, lxhf_offer_button, LXHF, OFFER_BU
  * lxhf_offer_button_new:
  * @room: (nullable): the room to follow, or %NULL to set one later
  *
- * Returns: the new button
+ * Returns: (nullable): the new button; %NULL only when called off the
+ *   library's thread
  */
 LXHF_API GtkWidget* lxhf_offer_button_new(LxhfRoomDetails* room);
 
@@ -69,16 +70,19 @@ LXHF_API void lxhf_offer_button_set_label(LxhfOfferButton* self, LxhfOfferState 
  * @self: an offer button
  * @options: (nullable): how the pages it opens behave; %NULL for the defaults
  *
- * Takes a copy of @options for each page the button opens from now on.
- * Like a new room, new options rebuild the button: a page it has up is
- * taken down without a result, so set them before showing it.
+ * Takes a copy of @options, as they are now, for each page the button
+ * opens from now on. Like a new room, new options rebuild the button: a
+ * page it has up is taken down, with no result and
+ * #LxhfOfferButton::finished carrying %LXHF_PURCHASE_RESULT_NONE, so set
+ * them before showing it.
  */
 LXHF_API void lxhf_offer_button_set_page_options(LxhfOfferButton* self, LxhfPageOptions* options);
 
 /**
  * LxhfPurchasePage:
  *
- * The purchase page for one room, in a fullscreen window over the host's.
+ * The purchase page for one room, in a modal window over the host's (the
+ * whole monitor with #LxhfPageOptions:fullscreen).
  * It keeps itself alive until #LxhfPurchasePage::finished has been emitted,
  * so a host may drop its reference at once.
  */
@@ -93,7 +97,8 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfPurchasePage, lxhf_purchase_page, LXHF, PURCHA
  * Shows the page at the room's purchase address, or the line "Unable to
  * load Fermo" when it has none.
  *
- * Returns: (transfer full): the page
+ * Returns: (transfer full) (nullable): the page; %NULL only when called off
+ *   the library's thread
  */
 LXHF_API LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoomDetails* room);
 
@@ -108,7 +113,8 @@ LXHF_API LxhfPurchasePage* lxhf_purchase_page_present(GtkWindow* parent, LxhfRoo
  * not ready in time emits its error through #LxhfPurchasePage::result and
  * #LxhfPurchasePage::finished, and goes.
  *
- * Returns: (transfer full): the page
+ * Returns: (transfer full) (nullable): the page; %NULL only when called off
+ *   the library's thread
  */
 LXHF_API LxhfPurchasePage* lxhf_purchase_page_present_with_options(GtkWindow* parent, LxhfRoomDetails* room,
                                                                    LxhfPageOptions* options);

@@ -6,6 +6,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "LXHotelsFermo/ui/LXFermoButtonWrapper.h"
 
@@ -18,6 +19,7 @@ struct _LxhfOfferButton {
     std::array<std::string, 4> labels;  // by LxhfOfferState
     GtkWidget* button;  // the current GtkButton, owned by the wrapper; cleared by a weak pointer
     LXPurchasePageOptions pageOptions;
+    bool pageUp;  // a page the button opened has not ended yet
 };
 
 G_DEFINE_FINAL_TYPE(LxhfOfferButton, lxhf_offer_button, GTK_TYPE_WIDGET)
@@ -68,13 +70,24 @@ void detachWrapper(LxhfOfferButton* self) {
     }
 }
 
+// Ending the wrapper takes its page down silently; the host still hears
+// that the page has gone.
+void detachWrapperReportingPage(LxhfOfferButton* self) {
+    detachWrapper(self);
+    if (!std::exchange(self->pageUp, false)) return;
+    g_signal_emit(self, signals[SIGNAL_FINISHED], 0, LXHF_PURCHASE_RESULT_NONE, nullptr);
+}
+
 // The wrapper is this widget's only child; its callbacks hold `self` plainly
 // because detachWrapper ends them before `self` goes.
 void attachWrapper(LxhfOfferButton* self) {
     auto label = LXFermoButtonWrapper::labelledButton(
         [self](const LXFermoOffer& offer) { return self->labels[stateOf(offer.state)]; });
     auto factory = [self, label](const LXFermoOffer& offer, std::function<void()> action) {
-        GtkWidget* button = label(offer, std::move(action));
+        GtkWidget* button = label(offer, [self, action = std::move(action)] {
+            self->pageUp = true;  // a press while a page is up opens none, and that page is still up
+            action();
+        });
         track(self, button);
         announceState(self, stateOf(offer.state));
         return button;
@@ -83,6 +96,7 @@ void attachWrapper(LxhfOfferButton* self) {
         g_signal_emit(self, signals[SIGNAL_RESULT], 0, resultOf(result), messageOf(result));
     };
     auto onEnded = [self](const std::optional<LXFermoPurchaseResult>& outcome) {
+        self->pageUp = false;
         if (outcome)
             g_signal_emit(self, signals[SIGNAL_FINISHED], 0, resultOf(*outcome), messageOf(*outcome));
         else
@@ -196,26 +210,32 @@ void lxhf_offer_button_set_room(LxhfOfferButton* self, LxhfRoomDetails* room) {
     g_return_if_fail(room == nullptr || holdsRoom(room));
     if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_offer_button_set_room")) return;
     if (room == self->room) return;
-    detachWrapper(self);
+    g_object_ref(self);  // a handler of "finished" may drop the last reference
+    detachWrapperReportingPage(self);
+    detachWrapper(self);  // in case a handler of "finished" set a room of its own
     g_set_object(&self->room, room);
     announceState(self, LXHF_OFFER_STATE_LOADING);
     if (room) attachWrapper(self);
     g_object_notify_by_pspec(G_OBJECT(self), properties[PROP_ROOM]);
+    g_object_unref(self);
 }
 
 LxhfRoomDetails* lxhf_offer_button_get_room(LxhfOfferButton* self) {
     g_return_val_if_fail(LXHF_IS_OFFER_BUTTON(self), nullptr);
+    if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_offer_button_get_room")) return nullptr;
     return self->room;
 }
 
 LxhfOfferState lxhf_offer_button_get_state(LxhfOfferButton* self) {
     g_return_val_if_fail(LXHF_IS_OFFER_BUTTON(self), LXHF_OFFER_STATE_LOADING);
+    if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_offer_button_get_state")) return LXHF_OFFER_STATE_LOADING;
     return self->state;
 }
 
 void lxhf_offer_button_set_label(LxhfOfferButton* self, LxhfOfferState state, const char* label) {
     g_return_if_fail(LXHF_IS_OFFER_BUTTON(self) && validText(label));
     g_return_if_fail(state >= LXHF_OFFER_STATE_LOADING && state <= LXHF_OFFER_STATE_ERROR);
+    if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_offer_button_set_label")) return;
     self->labels[state] = label;
     if (state == self->state && GTK_IS_BUTTON(self->button)) gtk_button_set_label(GTK_BUTTON(self->button), label);
 }
@@ -226,6 +246,9 @@ void lxhf_offer_button_set_page_options(LxhfOfferButton* self, LxhfPageOptions* 
     if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_offer_button_set_page_options")) return;
     self->pageOptions = optionsOf(options);
     if (!self->room) return;
-    detachWrapper(self);
-    attachWrapper(self);
+    g_object_ref(self);  // a handler of "finished" may drop the last reference
+    detachWrapperReportingPage(self);
+    detachWrapper(self);  // in case a handler of "finished" set a room of its own
+    if (self->room) attachWrapper(self);
+    g_object_unref(self);
 }

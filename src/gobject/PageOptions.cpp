@@ -1,5 +1,5 @@
 // LxhfPageOptions: the C++ page options as GObject properties, so a host can
-// set them from Python, JavaScript or a .ui file.
+// set them from Python or JavaScript by name.
 
 #include "gobject/GObjectBridge.h"
 

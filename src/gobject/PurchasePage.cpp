@@ -94,10 +94,12 @@ LxhfPurchasePage* lxhf_purchase_page_present_with_options(GtkWindow* parent, Lxh
 
 void lxhf_purchase_page_close(LxhfPurchasePage* self) {
     g_return_if_fail(LXHF_IS_PURCHASE_PAGE(self));
+    if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_purchase_page_close")) return;
     if (self->window) gtk_window_close(self->window);
 }
 
 GtkWindow* lxhf_purchase_page_get_window(LxhfPurchasePage* self) {
     g_return_val_if_fail(LXHF_IS_PURCHASE_PAGE(self), nullptr);
+    if (!LXHotelsFermoSDK::shared().admitsCall("lxhf_purchase_page_get_window")) return nullptr;
     return self->window;
 }

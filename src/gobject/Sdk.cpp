@@ -134,6 +134,12 @@ char* lxhf_sdk_get_purchase_address(LxhfSdk* self, LxhfRoomDetails* room, GError
     return nullptr;
 }
 
+guint64 lxhf_sdk_get_offer_response_revision(LxhfSdk* self, LxhfRoomDetails* room) {
+    g_return_val_if_fail(LXHF_IS_SDK(self) && holdsRoom(room), 0);
+    if (!self->sdk->admitsCall("lxhf_sdk_get_offer_response_revision")) return 0;
+    return self->sdk->offerResponseRevision(roomOf(room));
+}
+
 LxhfPageAction* lxhf_sdk_page_message(LxhfSdk* self, const char* body_json, const char* handler_name) {
     g_return_val_if_fail(LXHF_IS_SDK(self) && body_json != nullptr, nullptr);
     if (!self->sdk->admitsCall("lxhf_sdk_page_message")) return nullptr;

@@ -391,6 +391,33 @@ def check_failing_page(lxfermo, data_dir):
         page.close()
         run_loop(10, lambda: quiet, "the closed page finishes")
         check(quiet[0][0] == Result.NONE, f"a page closed by the host reports nothing, got {quiet}")
+
+        # The button: new options take its page down, which it reports as
+        # finished; the next page it opens has them.
+        button = Lxhf.OfferButton.new(full)
+        window = Gtk.Window(child=button)
+        window.present()
+        run_loop(30, lambda: button.props.state == Lxhf.OfferState.AVAILABLE, "the button shows the offer")
+        button_ends = []
+        button.connect("finished", lambda _b, result, message: button_ends.append((result, message)))
+
+        def press():
+            child = button.get_first_child()
+            while child and not isinstance(child, Gtk.Button):
+                child = child.get_first_child()
+            child.emit("clicked")
+
+        press()
+        run_loop(3, lambda: button_ends)
+        check(not button_ends, f"the button's page without options stays up, got {button_ends}")
+        button.set_page_options(options)
+        run_loop(10, lambda: button_ends, "the page the button took down finishes")
+        check(button_ends == [(Result.NONE, None)], f"a page taken down by new options ends with none, got {button_ends}")
+        run_loop(30, lambda: button.props.state == Lxhf.OfferState.AVAILABLE, "the rebuilt button shows the offer")
+        press()
+        run_loop(60, lambda: len(button_ends) == 2, "the button's failing page finishes")
+        check(button_ends[1][0] == Result.ERROR, f"the button's next page has the options, got {button_ends}")
+        window.destroy()
         print("python failing page test passed")
     finally:
         service.stop()
