@@ -1,18 +1,25 @@
 #pragma once
 
+/// @file
+/// A current value with subscribers, and the subscriptions that end them.
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
 
-// Ends its subscription when destroyed (or reset). Safe to outlive the
-// publisher, and safe to destroy from inside a delivery.
+/// Ends its subscription when destroyed (or reset). Safe to outlive the
+/// publisher, and safe to destroy from inside a delivery.
 class LXSubscription {
 public:
+    /// A subscription to nothing.
     LXSubscription() = default;
+    /// A subscription that `cancel` ends.
     explicit LXSubscription(std::function<void()> cancel) : cancel_(std::move(cancel)) {}
+    /// Takes over `other`'s subscription; `other` is left ending nothing.
     LXSubscription(LXSubscription&& other) noexcept : cancel_(std::exchange(other.cancel_, nullptr)) {}
+    /// Ends this subscription, then takes over `other`'s.
     LXSubscription& operator=(LXSubscription&& other) noexcept {
         if (this != &other) {
             reset();
@@ -20,10 +27,14 @@ public:
         }
         return *this;
     }
+    /// A subscription is ended once; it is moved, never copied.
     LXSubscription(const LXSubscription&) = delete;
+    /// A subscription is ended once; it is moved, never copied.
     LXSubscription& operator=(const LXSubscription&) = delete;
+    /// Ends the subscription.
     ~LXSubscription() { reset(); }
 
+    /// Ends the subscription now; later calls do nothing.
     void reset() {
         if (auto cancel = std::exchange(cancel_, nullptr)) cancel();
     }
@@ -32,25 +43,32 @@ private:
     std::function<void()> cancel_;
 };
 
-// Holds a current value and tells subscribers of each new one. The current
-// value is delivered on subscribe. Main context only.
-//
-// Each callback gets a value that stays valid for the whole callback,
-// whatever the callback does: the list it sees is a snapshot, which an edit
-// made during a delivery copies rather than changes. A publication (or a
-// subscription's first delivery) made inside a delivery is queued and
-// delivered when the current one ends, never recursively; every subscriber
-// sees every value published after it subscribed, in order, and the last
-// one it sees is the current value.
+/// Holds a current value and tells subscribers of each new one. The current
+/// value is delivered on subscribe. Main context only.
+///
+/// Each callback gets a value that stays valid for the whole callback,
+/// whatever the callback does: the list it sees is a snapshot, which an edit
+/// made during a delivery copies rather than changes. A publication (or a
+/// subscription's first delivery) made inside a delivery is queued and
+/// delivered when the current one ends, never recursively; every subscriber
+/// sees every value published after it subscribed, in order, and the last
+/// one it sees is the current value.
+///
+/// @tparam T the value held.
 template <class T>
 class LXPublisher {
 public:
+    /// What a subscriber is called with each value.
     using Callback = std::function<void(const T&)>;
 
+    /// A publisher holding `initial`.
     explicit LXPublisher(T initial = T{}) : state_(std::make_shared<State>(std::move(initial))) {}
 
+    /// The current value.
     const T& value() const noexcept { return *state_->value; }
 
+    /// Calls `callback` with the current value, then with each new one, until
+    /// the returned subscription ends.
     [[nodiscard]] LXSubscription subscribe(Callback callback) {
         const auto id = state_->nextId++;
         state_->subscribers.push_back({id, std::make_shared<Callback>(std::move(callback)), state_->nextSequence});
@@ -63,18 +81,20 @@ public:
         return subscription;
     }
 
+    /// Makes `value` the current value and tells every subscriber.
     void publish(T value) {
         mutableValue() = std::move(value);
         notify();
     }
 
-    // For in-place edits of the value, followed by notify(). Copies the
-    // value first when a delivery still holds it.
+    /// For in-place edits of the value, followed by notify(). Copies the
+    /// value first when a delivery still holds it.
     T& mutableValue() {
         if (state_->value.use_count() > 1) state_->value = std::make_shared<T>(*state_->value);
         return *state_->value;
     }
 
+    /// Tells every subscriber of the current value, after edits through mutableValue().
     void notify() {
         enqueue(kEverySubscriber);
         drain();
