@@ -9,7 +9,7 @@ if(NOT LXHF_DOXYGEN OR NOT LXHF_GI_DOCGEN)
   return()
 endif()
 
-option(LXHF_DOCS_STRICT "Fail the docs target when gi-docgen check finds an undocumented Lxhf symbol" OFF)
+option(LXHF_DOCS_STRICT "Fail the docs target when gi-docgen check finds an undocumented Lxhf symbol" ON)
 
 set(LXHF_DOCS_DIR ${CMAKE_BINARY_DIR}/docs)
 set(LXHF_DOCS_CONFIG_DIR ${CMAKE_BINARY_DIR}/CMakeFiles/lxhf-docs)

@@ -26,4 +26,4 @@ if(STRICT)
   message(FATAL_ERROR "gi-docgen check: ${count} warnings about undocumented Lxhf symbols")
 endif()
 message(NOTICE "gi-docgen check: ${count} warnings about undocumented Lxhf symbols "
-  "(-DLXHF_DOCS_STRICT=ON fails the build on them)")
+  "(with -DLXHF_DOCS_STRICT=ON, the default, they fail the build)")

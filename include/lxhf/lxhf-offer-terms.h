@@ -24,6 +24,8 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfOfferTerms, lxhf_offer_terms, LXHF, OFFER_TERM
  * lxhf_offer_terms_get_frozen_price:
  * @self: offer terms
  *
+ * Reads the room's price the Fermo holds.
+ *
  * Returns: the room's price the Fermo holds
  */
 LXHF_API const char* lxhf_offer_terms_get_frozen_price(LxhfOfferTerms* self);
@@ -31,6 +33,8 @@ LXHF_API const char* lxhf_offer_terms_get_frozen_price(LxhfOfferTerms* self);
 /**
  * lxhf_offer_terms_get_frozen_price_total:
  * @self: offer terms
+ *
+ * Reads the held price for the whole stay.
  *
  * Returns: the price held for the whole stay
  */
@@ -40,6 +44,8 @@ LXHF_API const char* lxhf_offer_terms_get_frozen_price_total(LxhfOfferTerms* sel
  * lxhf_offer_terms_get_deposit:
  * @self: offer terms
  *
+ * Reads what the traveller pays to hold the price.
+ *
  * Returns: what the traveller pays to hold the price
  */
 LXHF_API const char* lxhf_offer_terms_get_deposit(LxhfOfferTerms* self);
@@ -47,6 +53,8 @@ LXHF_API const char* lxhf_offer_terms_get_deposit(LxhfOfferTerms* self);
 /**
  * lxhf_offer_terms_get_deposit_total:
  * @self: offer terms
+ *
+ * Reads the deposit for the whole stay.
  *
  * Returns: the deposit for the whole stay
  */
@@ -56,6 +64,8 @@ LXHF_API const char* lxhf_offer_terms_get_deposit_total(LxhfOfferTerms* self);
  * lxhf_offer_terms_get_cap:
  * @self: offer terms
  *
+ * Reads the most the held price covers.
+ *
  * Returns: the most the held price covers
  */
 LXHF_API const char* lxhf_offer_terms_get_cap(LxhfOfferTerms* self);
@@ -63,6 +73,8 @@ LXHF_API const char* lxhf_offer_terms_get_cap(LxhfOfferTerms* self);
 /**
  * lxhf_offer_terms_get_currency:
  * @self: offer terms
+ *
+ * Reads the currency of the amounts.
  *
  * Returns: the booking's currency, such as "EUR"
  */
@@ -72,6 +84,8 @@ LXHF_API const char* lxhf_offer_terms_get_currency(LxhfOfferTerms* self);
  * lxhf_offer_terms_get_offer_expiry:
  * @self: offer terms
  *
+ * Reads until when the Fermo can be bought.
+ *
  * Returns: until when the Fermo can be bought, as date-time text
  */
 LXHF_API const char* lxhf_offer_terms_get_offer_expiry(LxhfOfferTerms* self);
@@ -79,6 +93,8 @@ LXHF_API const char* lxhf_offer_terms_get_offer_expiry(LxhfOfferTerms* self);
 /**
  * lxhf_offer_terms_get_freeze_expiry:
  * @self: offer terms
+ *
+ * Reads until when a bought Fermo holds the price.
  *
  * Returns: until when a bought Fermo holds the price, as date-time text
  */

@@ -26,6 +26,8 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfOffer, lxhf_offer, LXHF, OFFER, GObject)
  * lxhf_offer_get_room:
  * @self: an offer
  *
+ * Reads the room the item stands for.
+ *
  * Returns: (transfer none): the room the offer is for
  */
 LXHF_API LxhfRoomDetails* lxhf_offer_get_room(LxhfOffer* self);
@@ -33,6 +35,8 @@ LXHF_API LxhfRoomDetails* lxhf_offer_get_room(LxhfOffer* self);
 /**
  * lxhf_offer_get_state:
  * @self: an offer
+ *
+ * Reads where the room's offer stands.
  *
  * Returns: where the offer stands
  */
@@ -42,6 +46,8 @@ LXHF_API LxhfOfferState lxhf_offer_get_state(LxhfOffer* self);
  * lxhf_offer_get_error_message:
  * @self: an offer
  *
+ * Reads why fetching the offer failed.
+ *
  * Returns: (nullable): why the offer is in error; %NULL in any other state
  */
 LXHF_API const char* lxhf_offer_get_error_message(LxhfOffer* self);
@@ -49,6 +55,8 @@ LXHF_API const char* lxhf_offer_get_error_message(LxhfOffer* self);
 /**
  * lxhf_offer_get_terms:
  * @self: an offer
+ *
+ * Reads the terms of the room's signed full offer.
  *
  * Returns: (transfer none) (nullable): the terms of the room's offer when
  *   the service's latest answer for it is a signed full offer, as it sent

@@ -26,6 +26,8 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfPageAction, lxhf_page_action, LXHF, PAGE_ACTIO
  * lxhf_page_action_get_kind:
  * @self: a page action
  *
+ * Reads what the message was.
+ *
  * Returns: what the message was
  */
 LXHF_API LxhfPageActionKind lxhf_page_action_get_kind(LxhfPageAction* self);
@@ -33,6 +35,8 @@ LXHF_API LxhfPageActionKind lxhf_page_action_get_kind(LxhfPageAction* self);
 /**
  * lxhf_page_action_get_result:
  * @self: a page action
+ *
+ * Reads the result to hand to whatever waits for the purchase.
  *
  * Returns: the result the message carries: %LXHF_PURCHASE_RESULT_PURCHASED,
  *   %LXHF_PURCHASE_RESULT_CANCELLED or %LXHF_PURCHASE_RESULT_ERROR, or
@@ -44,6 +48,8 @@ LXHF_API LxhfPurchaseResult lxhf_page_action_get_result(LxhfPageAction* self);
  * lxhf_page_action_get_error_message:
  * @self: a page action
  *
+ * Reads why the page failed.
+ *
  * Returns: (nullable): why, for %LXHF_PURCHASE_RESULT_ERROR: the page's
  *   own message or a fixed one
  */
@@ -53,6 +59,8 @@ LXHF_API const char* lxhf_page_action_get_error_message(LxhfPageAction* self);
  * lxhf_page_action_get_stop_spinner:
  * @self: a page action
  *
+ * Reads whether the message asks to stop the spinner.
+ *
  * Returns: whether the view should stop its loading spinner
  */
 LXHF_API gboolean lxhf_page_action_get_stop_spinner(LxhfPageAction* self);
@@ -60,6 +68,8 @@ LXHF_API gboolean lxhf_page_action_get_stop_spinner(LxhfPageAction* self);
 /**
  * lxhf_page_action_get_dismiss:
  * @self: a page action
+ *
+ * Reads whether the message asks to take the page down.
  *
  * Returns: whether the view should take the page down
  */
@@ -102,6 +112,8 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfPageOptions, lxhf_page_options, LXHF, PAGE_OPT
 
 /**
  * lxhf_page_options_new:
+ *
+ * Makes page options, every one as a page has without options.
  *
  * Returns: (transfer full): options with the defaults of a page shown
  *   without any

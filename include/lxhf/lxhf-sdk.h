@@ -31,6 +31,8 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfSdk, lxhf_sdk, LXHF, SDK, GObject)
 /**
  * lxhf_sdk_get_default:
  *
+ * Gives the process's library instance, made on first use.
+ *
  * Returns: (transfer none): the process's library instance
  */
 LXHF_API LxhfSdk* lxhf_sdk_get_default(void);
@@ -40,6 +42,8 @@ LXHF_API LxhfSdk* lxhf_sdk_get_default(void);
  * @self: the library
  * @token: the partner token
  * @environment: the service to use
+ *
+ * Sets the partner token and the service; call it first.
  */
 LXHF_API void lxhf_sdk_configure(LxhfSdk* self, const char* token, LxhfEnvironment environment);
 
@@ -86,6 +90,8 @@ LXHF_API gboolean lxhf_sdk_set_fetch_policy(LxhfSdk* self, guint max_concurrent_
  * lxhf_sdk_update_user:
  * @self: the library
  * @user_id: (nullable): the signed-in traveller, or %NULL when signed out
+ *
+ * Tells the library who is signed in; a new traveller gets a new session.
  */
 LXHF_API void lxhf_sdk_update_user(LxhfSdk* self, const char* user_id);
 
@@ -103,6 +109,8 @@ LXHF_API void lxhf_sdk_cache_offers(LxhfSdk* self, LxhfRoomDetails** rooms, gsiz
  * lxhf_sdk_refresh_cached_offers:
  * @self: the library
  * @refresh: which rooms to fetch again
+ *
+ * Fetches the offers of rooms already listed again.
  */
 LXHF_API void lxhf_sdk_refresh_cached_offers(LxhfSdk* self, LxhfRefresh refresh);
 

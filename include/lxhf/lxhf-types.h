@@ -118,6 +118,14 @@ typedef enum {
  * The error domain of the Lxhf API.
  */
 #define LXHF_ERROR (lxhf_error_quark())
+
+/**
+ * lxhf_error_quark:
+ *
+ * Gives the quark of the %LXHF_ERROR domain, which #GError matching uses.
+ *
+ * Returns: the domain's quark
+ */
 LXHF_API GQuark lxhf_error_quark(void);
 
 #define LXHF_TYPE_ERROR (lxhf_error_get_type())

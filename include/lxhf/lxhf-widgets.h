@@ -28,6 +28,8 @@ LXHF_API G_DECLARE_FINAL_TYPE(LxhfOfferButton, lxhf_offer_button, LXHF, OFFER_BU
  * lxhf_offer_button_new:
  * @room: (nullable): the room to follow, or %NULL to set one later
  *
+ * Makes an offer button.
+ *
  * Returns: (nullable): the new button; %NULL only when called off the
  *   library's thread
  */
@@ -37,12 +39,16 @@ LXHF_API GtkWidget* lxhf_offer_button_new(LxhfRoomDetails* room);
  * lxhf_offer_button_set_room:
  * @self: an offer button
  * @room: (nullable): the room to follow from now on, or %NULL for none
+ *
+ * Makes the button follow another room.
  */
 LXHF_API void lxhf_offer_button_set_room(LxhfOfferButton* self, LxhfRoomDetails* room);
 
 /**
  * lxhf_offer_button_get_room:
  * @self: an offer button
+ *
+ * Reads the room the button follows.
  *
  * Returns: (transfer none) (nullable): the room it follows
  */
@@ -51,6 +57,8 @@ LXHF_API LxhfRoomDetails* lxhf_offer_button_get_room(LxhfOfferButton* self);
 /**
  * lxhf_offer_button_get_state:
  * @self: an offer button
+ *
+ * Reads the state of the offer the button shows.
  *
  * Returns: the state of the offer it shows; "notify::state" follows a
  *   change once the new button is in place
@@ -62,6 +70,8 @@ LXHF_API LxhfOfferState lxhf_offer_button_get_state(LxhfOfferButton* self);
  * @self: an offer button
  * @state: an offer state
  * @label: what the button says in @state
+ *
+ * Sets what the button says in one state.
  */
 LXHF_API void lxhf_offer_button_set_label(LxhfOfferButton* self, LxhfOfferState state, const char* label);
 
@@ -130,6 +140,8 @@ LXHF_API void lxhf_purchase_page_close(LxhfPurchasePage* self);
 /**
  * lxhf_purchase_page_get_window:
  * @self: a page
+ *
+ * Reads the page's window.
  *
  * Returns: (transfer none) (nullable): the page's window, %NULL once finished
  */
