@@ -116,6 +116,8 @@ void test_offer_from_service(void) {
   g_assert_null(none);
   g_assert_error(error, LXHF_ERROR, LXHF_ERROR_NO_RESPONSE);
   g_clear_error(&error);
+  g_assert_cmpuint(lxhf_sdk_get_offer_response_revision(sdk, room), >, 0);
+  g_assert_cmpuint(lxhf_sdk_get_offer_response_revision(sdk, stranger), ==, 0);
 
   /* Running, the library keeps its endpoints and policy. */
   g_assert_false(lxhf_sdk_set_endpoints(sdk, g_getenv("LXHF_API_BASE"), NULL, NULL, NULL, NULL, &error));
