@@ -41,6 +41,14 @@ holds liblxhotelsfermo-ui-dev 'share/gir-1\.0/Lxhf-1\.0\.gir$'
 holds liblxhotelsfermo-ui-dev 'pkgconfig/lxhotelsfermo-gobject\.pc$'
 holds liblxhotelsfermo-ui-dev 'pkgconfig/lxhotelsfermo-ui\.pc$'
 holds gir1.2-lxhf-1.0 "/usr/lib/$multiarch/girepository-1\.0/Lxhf-1\.0\.typelib$"
+# The Vala bindings are made where vapigen was found.
+vapi=false
+[ -e "$build/src/gobject/lxhf-1.vapi" ] && vapi=true
+if $vapi; then
+  holds liblxhotelsfermo-ui-dev 'share/vala/vapi/lxhf-1\.vapi$'
+  holds liblxhotelsfermo-ui-dev 'share/vala/vapi/lxhf-1\.deps$'
+  holds liblxhotelsfermo-ui-dev 'pkgconfig/lxhf-1\.pc$'
+fi
 holds lxfermo '/usr/bin/lxfermo$'
 for package in "${all[@]}"; do
   holds "$package" "/usr/share/doc/$package/copyright$"
@@ -106,4 +114,14 @@ LD_LIBRARY_PATH="$libdir" "$work/packaged/consumer"
 LD_LIBRARY_PATH="$libdir" "$work/packaged/consumer_ui"
 LD_LIBRARY_PATH="$libdir" "$prefix/bin/lxfermo" --help >/dev/null || fail "the unpacked lxfermo does not start"
 typelib_loads "$libdir"
+if $vapi && command -v valac >/dev/null; then
+  # `valac --pkg lxhf-1` finds the vapi, its .deps and, through pkg-config,
+  # the headers and library; the unpacked tree stands in for /usr.
+  PKG_CONFIG_PATH="$libdir/pkgconfig" LD_LIBRARY_PATH="$libdir" valac --quiet \
+    --vapidir "$prefix/share/vala/vapi" --pkg lxhf-1 -X -I"$prefix/include" -X -L"$libdir" \
+    -d "$work/vala" -o "$work/vala-offers" "$source/../../examples/vala/offers.vala" ||
+    fail "the Vala example does not build against the packages"
+  LD_LIBRARY_PATH="$libdir" "$prefix/bin/lxfermo" sim -- "$work/vala-offers" >"$work/vala.out" 2>&1 ||
+    { cat "$work/vala.out"; fail "the Vala example built against the packages failed"; }
+fi
 echo "package test passed"
