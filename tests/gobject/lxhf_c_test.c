@@ -221,8 +221,8 @@ static void test_page_options(void) {
                &timeout, NULL);
   g_assert_false(report);
   g_assert_false(fullscreen);
-  GParamSpec* spec = g_object_class_find_property(G_OBJECT_GET_CLASS(options), "ready-timeout-seconds");
-  g_assert_cmpfloat(timeout, ==, G_PARAM_SPEC_DOUBLE(spec)->default_value);
+  GParamSpec* param = g_object_class_find_property(G_OBJECT_GET_CLASS(options), "ready-timeout-seconds");
+  g_assert_cmpfloat(timeout, ==, G_PARAM_SPEC_DOUBLE(param)->default_value);
 
   /* Each property keeps its own value. */
   g_object_set(options, "report-load-failures", TRUE, "ready-timeout-seconds", 2.5, NULL);
