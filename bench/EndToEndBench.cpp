@@ -1,5 +1,5 @@
 // From cacheOffers of 100 rooms in 10 hotels to every room available, against
-// the local HTTPS service on its own thread, with the real GLib queue and the
+// the local HTTPS service in a child process, with the real GLib queue and the
 // libsoup client. The reported time is the library's own share: the total
 // less the 0.2 s debounce and less a bare replay of the same HTTP exchanges
 // (one fresh client: the session call with its TLS handshake, then the ten
@@ -16,6 +16,7 @@
 
 #include "BenchRooms.h"
 #include "LocalService.h"
+#include "ServiceProcess.h"
 #include "platform/CacheDirectory.h"
 #include "platform/GLibMainQueue.h"
 #include "platform/LibsoupHttpClient.h"
@@ -27,7 +28,7 @@ using Clock = std::chrono::steady_clock;
 constexpr int kRooms = 100;
 constexpr double kDebounce = 0.2;
 
-testing::FermoTestService& service() { return localService(); }
+ServiceProcess& service() { return ServiceProcess::shared(); }
 
 // CPU time of this thread, which runs the library, libsoup and its TLS.
 double threadCpuSeconds() {

@@ -11,6 +11,7 @@
 
 #include "BenchRooms.h"
 #include "LocalService.h"
+#include "ServiceProcess.h"
 #include "platform/LibsoupHttpClient.h"
 
 namespace lxhf::bench {
@@ -26,7 +27,7 @@ struct Settled {
 };
 
 Settled settle(const std::vector<LXRoomDetails>& rooms, std::uint32_t width) {
-    auto& svc = localService();
+    auto& svc = ServiceProcess::shared();
     test::TempDir cache;
     LibsoupHttpClient* client = nullptr;
     auto sdk = configuredFacade(svc, cache.path().string(), client, width);
@@ -44,11 +45,9 @@ Settled settle(const std::vector<LXRoomDetails>& rooms, std::uint32_t width) {
 void BM_SettleWithSlowAnswers(benchmark::State& state) {
     const auto width = static_cast<std::uint32_t>(state.range(0));
     const auto rooms = benchRooms(kRooms);
-    auto& svc = localService();
-    testing::Fault slow;
-    slow.delaySeconds = kAnswerDelay;
-    svc.setFault("sessions", slow);
-    svc.setFault("fermo_offers", slow);
+    auto& svc = ServiceProcess::shared();
+    const std::string slow = R"({"delay": )" + std::to_string(kAnswerDelay) + "}";
+    svc.setFaults(R"({"sessions": )" + slow + R"(, "fermo_offers": )" + slow + "}");
     settle(rooms, width);  // the first TLS use in a process loads the trust store
     double sessions = 0, offers = 0, connections = 0, peak = 0;
     for (auto _ : state) {
@@ -60,7 +59,7 @@ void BM_SettleWithSlowAnswers(benchmark::State& state) {
         connections += run.connections;
         for (const auto& r : svc.requests("fermo_offers")) peak = std::max(peak, double(r.concurrent));
     }
-    svc.clearFaults();
+    svc.setFaults("{}");
     const double n = double(state.iterations());
     state.counters["session_calls"] = sessions / n;
     state.counters["offers_calls"] = offers / n;

@@ -28,10 +28,12 @@ inline testing::FermoTestService& localService() {
     return *running;
 }
 
-// A facade on the real services, pointed at `service` with its session file
+// A facade on the real services, pointed at `service` (in this process or
+// not) with its session file
 // in `cacheFolder`; the path always counts as satisfied, since reachability
 // is not what is measured. `client` is set to the HTTP client it makes.
-inline std::unique_ptr<LXHotelsFermoSDK> liveFacade(testing::FermoTestService& service,
+template <class Service>
+std::unique_ptr<LXHotelsFermoSDK> liveFacade(Service& service,
                                                     const std::string& cacheFolder, LibsoupHttpClient*& client) {
     FacadeParts parts = systemParts();
     parts.makeHttp = [&client](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
@@ -49,7 +51,8 @@ inline std::unique_ptr<LXHotelsFermoSDK> liveFacade(testing::FermoTestService& s
 }
 
 // `liveFacade`, asking for `width` batches at once, configured.
-inline std::unique_ptr<LXHotelsFermoSDK> configuredFacade(testing::FermoTestService& service,
+template <class Service>
+std::unique_ptr<LXHotelsFermoSDK> configuredFacade(Service& service,
                                                           const std::string& cacheFolder, LibsoupHttpClient*& client,
                                                           std::uint32_t width) {
     auto sdk = liveFacade(service, cacheFolder, client);

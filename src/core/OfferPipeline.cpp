@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "core/SessionAhead.h"
 #include "model/ErrorInfo.h"
 #include "model/RecordHash.h"
 
@@ -177,6 +178,8 @@ void OfferPipeline::resume() {
     if (!queue_.empty() || !turns_.empty()) {
         fetchDue_ = true;
         debouncer_->call();
+        // A fresh process learns of its network only now, after its first rooms.
+        preconnect();
     }
 }
 
@@ -220,6 +223,12 @@ void OfferPipeline::fetchArrivals(std::vector<std::uint64_t> arrivals) {
         ++inFlight_[arrival];
     }
     std::shared_ptr<const std::vector<LXRequestOffersBatch>> batches = std::move(snapshot);
+    // The session is looked up meanwhile; without an offers address no
+    // request goes out, and none is looked up.
+    const std::size_t firstWave =
+        std::min<std::size_t>(batches->size(), std::max(1u, fetch_.policy.maxConcurrentBatches));
+    std::shared_ptr<SessionSource> session;
+    if (api_.endpoint(api::kOffersPath)) session = SessionAhead::start(sessions_, firstWave);
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     computeInBackground(
         background_,
@@ -229,10 +238,12 @@ void OfferPipeline::fetchArrivals(std::vector<std::uint64_t> arrivals) {
             for (const auto& batch : *batches) bodies.push_back(encoder.tryEncode(requestFor(batch)));
             return bodies;
         },
-        [weak, batches, arrivals = std::move(arrivals)](std::vector<Body> bodies) mutable {
+        [weak, batches, session = std::move(session),
+         arrivals = std::move(arrivals)](std::vector<Body> bodies) mutable {
             auto self = weak.lock();
             if (!self) return;
-            auto fetch = std::make_shared<Fetch>(Fetch{std::move(arrivals), batches, std::move(bodies)});
+            auto fetch =
+                std::make_shared<Fetch>(Fetch{std::move(arrivals), batches, std::move(bodies), 0, std::move(session)});
             // One at a time unless the host asked for more; each finished
             // batch makes room for the next.
             for (std::uint32_t i = 0; i < std::max(1u, self->fetch_.policy.maxConcurrentBatches); ++i)
@@ -245,7 +256,8 @@ void OfferPipeline::fetchNext(const std::shared_ptr<Fetch>& fetch) {
     const std::size_t index = fetch->next++;
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
     SharedBatch batch(fetch->batches, &(*fetch->batches)[index]);
-    fetchOffers(std::move(batch), fetch->bodies[index], [weak, fetch, index](Outcome outcome) {
+    SessionSource& session = fetch->session ? *fetch->session : sessions_;
+    fetchOffers(std::move(batch), fetch->bodies[index], session, [weak, fetch, index](Outcome outcome) {
         auto self = weak.lock();
         if (!self) return;
         self->landed(fetch->arrivals[index]);
@@ -268,15 +280,16 @@ void OfferPipeline::retry(std::uint64_t arrival) {
     });
 }
 
-void OfferPipeline::fetchOffers(SharedBatch batch, Body body, std::function<void(Outcome)> done) {
+void OfferPipeline::fetchOffers(SharedBatch batch, Body body, SessionSource& sessions,
+                                std::function<void(Outcome)> done) {
     auto url = api_.endpoint(api::kOffersPath);
     if (!url) {
         logWarn(log_, "unable to access fermoOffers API URL");
         return done(NoResult{});
     }
     std::weak_ptr<OfferPipeline> weak = weak_from_this();
-    sessions_.currentSessionId([weak, batch = std::move(batch), url = std::move(*url), body = std::move(body),
-                                done = std::move(done)](SessionIdResult session) mutable {
+    sessions.currentSessionId([weak, batch = std::move(batch), url = std::move(*url), body = std::move(body),
+                               done = std::move(done)](SessionIdResult session) mutable {
         auto self = weak.lock();
         if (!self) return;
         if (!session) {

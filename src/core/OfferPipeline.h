@@ -68,6 +68,7 @@ private:
         std::shared_ptr<const std::vector<LXRequestOffersBatch>> batches;
         std::vector<Body> bodies;
         std::size_t next = 0;  // the first batch not yet sent
+        std::shared_ptr<SessionSource> session;  // looked up while the bodies were encoded
     };
 
     void enqueue(const std::vector<LXRoomDetails>& rooms);
@@ -85,7 +86,7 @@ private:
     void retry(std::uint64_t arrival);
     void landed(std::uint64_t arrival);
     void preconnect();
-    void fetchOffers(SharedBatch batch, Body body, std::function<void(Outcome)> done);
+    void fetchOffers(SharedBatch batch, Body body, SessionSource& session, std::function<void(Outcome)> done);
     void sendOffers(SharedBatch batch, const std::string& url, const std::string& body, const std::string& sessionId,
                     std::function<void(Outcome)> done);
     void readAnswer(SharedBatch batch, HttpResult result, std::function<void(Outcome)> done);

@@ -96,7 +96,9 @@ TEST_F(FetchPolicyAgainstService, TenBatchesOverlapOnTenConnectionsWithOneSessio
             EXPECT_EQ(r.httpVersion, "HTTP/1.1");  // SoupServer 3.2 offers no HTTP/2
         }
         // One after another is one connection; the policy opens up to its width, no more.
-        if (width == 1) EXPECT_EQ(client->connectionCount(), 1);
+        if (width == 1) {
+            EXPECT_EQ(client->connectionCount(), 1);
+        }
         EXPECT_LE(client->connectionCount(), int(width));
         EXPECT_LE(int(peers.size()), client->connectionCount());
         EXPECT_EQ(client->tlsHandshakeCount(), client->connectionCount());

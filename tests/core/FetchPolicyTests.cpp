@@ -213,6 +213,37 @@ TEST(FetchPolicy, OddRetryAfterValuesAndRandomDrawsStayWithinBounds) {
     EXPECT_LT(drawn.count(), 4.0);
 }
 
+// Connections for batches side by side are opened while the debounce runs,
+// also when the path is first reported after the rooms came, as in a fresh
+// process; one batch at a time needs no more than the one libsoup opens.
+TEST(FetchPolicy, ConcurrentBatchesOpenTheirConnectionsDuringTheWait) {
+    for (const bool onlineAtFirst : {true, false}) {
+        for (const std::uint32_t width : {1u, 3u}) {
+            SCOPED_TRACE(testing::Message() << "online " << onlineAtFirst << ", width " << width);
+            CoreHarness h(onlineAtFirst);
+            LXFetchPolicy policy;
+            policy.maxConcurrentBatches = width;
+            ASSERT_TRUE(h.sdk->setFetchPolicy(policy));
+            h.sdk->cacheOffers({a1, b1});
+            if (!onlineAtFirst) {
+                EXPECT_TRUE(h.http->preconnects().empty());
+                h.monitor->setSatisfied(true);
+            }
+            EXPECT_TRUE(h.http->requests().empty());
+            if (width == 1) {
+                EXPECT_TRUE(h.http->preconnects().empty());
+            } else {
+                ASSERT_EQ(h.http->preconnects().size(), 1u);
+                EXPECT_TRUE(h.http->preconnects()[0].first.ends_with("/fermo_offers"));
+                EXPECT_EQ(h.http->preconnects()[0].second, 2u);  // two hotels, two batches
+            }
+            h.queue->advance(Seconds{0.2});
+            h.serveOffers();
+            EXPECT_THAT(states(*h.sdk), ElementsAre(State::available, State::available));
+        }
+    }
+}
+
 TEST(FetchPolicy, RetriesWaitWhileOfflineAndTheReturningPathFetchesAtOnce) {
     CoreHarness h;
     ASSERT_TRUE(h.sdk->setFetchPolicy(retrying()));

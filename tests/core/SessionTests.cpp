@@ -140,6 +140,23 @@ TEST_F(SessionFile, IsReadAndWrittenOnlyOnTheWorkerAndEmptiedBeforeANewSessionIs
     EXPECT_THAT(storeText(h.dir), HasSubstr("\"userId\":\"user-2\",\"sessionId\":\"S1\""));
 }
 
+// The session is looked up while the requests are still being encoded; a
+// user change in between must not send the old user's session.
+TEST_F(SessionFile, ASessionFoundWhileTheRequestsEncodeIsDroppedWhenTheUserChanges) {
+    h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});
+    h.queue->advance(Seconds{0.2});
+    worker->runNext();  // the file, with S-stored, while the encoding still waits
+    h.sdk->updateUser("user-2");
+    for (int round = 0; round < 3; ++round) {
+        worker->runAll();
+        h.queue->advance(Seconds{0.2});
+    }
+    ASSERT_GE(h.http->count("fermo_offers"), 1u);
+    for (const auto& request : h.http->requestsTo("fermo_offers"))
+        EXPECT_EQ(headerValue(request, "LX-Session-ID"), "S1");
+    EXPECT_EQ(partnerUserIdOf(h.http->requestsTo("sessions").at(0)), "user-2");
+}
+
 TEST_F(SessionFile, AUserChangeWhileTheFileIsReadDiscardsWhatItHeld) {
     h.sdk->cacheOffers({makeRoom("A1", "hotel-a")});  // the file is read ahead
     h.sdk->updateUser("user-2");

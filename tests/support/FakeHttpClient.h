@@ -21,6 +21,9 @@ public:
     ~FakeHttpClient() override;
 
     void send(HttpRequest request, std::function<void(HttpResult)> done) override;
+    void preconnect(const std::string& url, unsigned connections) override {
+        preconnects_.emplace_back(url, connections);
+    }
 
     static HttpResult reply(int status, std::string body = {}, HttpHeaders headers = {});
     static HttpResult failure(std::string description);
@@ -43,6 +46,7 @@ public:
     void completeNext(HttpResult answer) { completePending(0, std::move(answer)); }
 
     const std::vector<HttpRequest>& requests() const { return requests_; }
+    const std::vector<std::pair<std::string, unsigned>>& preconnects() const { return preconnects_; }
     std::vector<HttpRequest> requestsTo(std::string_view urlSuffix) const;
     std::size_t count(std::string_view urlSuffix) const { return requestsTo(urlSuffix).size(); }
 
@@ -61,6 +65,7 @@ private:
 
     MainQueue& queue_;
     std::vector<HttpRequest> requests_;
+    std::vector<std::pair<std::string, unsigned>> preconnects_;
     std::vector<Scripted> standing_;
     std::deque<Scripted> once_;
     std::deque<Scripted> fifo_;
