@@ -13,19 +13,27 @@ BatchRetries::Next BatchRetries::failed(std::uint64_t arrival, std::optional<Sec
     // Two fetches held the batch and both failed: one failure, one retry.
     if (batch.timer) return Next::wait;
     ++batch.failures;
+    ++batch.sinceTrigger;
     if (retry.maxAttempts && batch.failures >= *retry.maxAttempts) {
         batches_.erase(arrival);
         return Next::giveUp;
     }
     // Offline, the path coming back fetches the queue, this batch with it.
     if (!online) return Next::wait;
-    const Seconds delay = retryDelay(retry, batch.failures, serviceAsked, settings_.random);
+    const Seconds delay = retryDelay(retry, batch.sinceTrigger, serviceAsked, settings_.random);
     batch.timer = queue_.postAfter(delay, [this, arrival, fetchAgain = std::move(fetchAgain)] {
         // The count stays: a failure of this retry doubles the wait.
         if (auto found = batches_.find(arrival); found != batches_.end()) found->second.timer.reset();
         fetchAgain();
     });
     return Next::wait;
+}
+
+void BatchRetries::reset() {
+    for (auto& [arrival, batch] : batches_) {
+        batch.timer.reset();
+        batch.sinceTrigger = 0;
+    }
 }
 
 std::size_t BatchRetries::waiting() const {

@@ -12,7 +12,8 @@
 namespace lxhf {
 
 // The retry timers of failed offer batches, keyed by each batch's place in
-// the queue, with the failures counted since the last trigger. Owned by the
+// the queue, with each batch's failures: all of them count towards the most
+// attempts, and those since the last trigger set the wait. Owned by the
 // offer pipeline; main context only. Destroying it cancels every timer.
 class BatchRetries {
 public:
@@ -28,14 +29,17 @@ public:
                 std::function<void()> fetchAgain);
     // The batch left the queue or was answered: its count starts over.
     void forget(std::uint64_t arrival) { batches_.erase(arrival); }
-    // A new trigger fetches the whole queue: pending retries and counts go.
-    void reset() { batches_.clear(); }
+    // A new trigger fetches the whole queue: pending retries go and the waits
+    // start over, but a host that triggers often must not keep a failing
+    // batch loading for ever, so the attempts stay counted.
+    void reset();
 
     std::size_t waiting() const;
 
 private:
     struct Batch {
         unsigned failures = 0;
+        unsigned sinceTrigger = 0;
         std::unique_ptr<WorkItem> timer;
     };
 

@@ -127,6 +127,7 @@ void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
         if (auto self = weak.lock()) {
             self->inTurn([pipeline = self.get()] {
                 pipeline->fetchDue_ = false;
+                pipeline->connectionsAsked_ = 0;
                 pipeline->fetchQueued();
             });
         }
@@ -141,12 +142,16 @@ void OfferPipeline::queueRooms(const std::vector<LXRoomDetails>& rooms) {
 }
 
 // Batches sent side by side each need a connection: opened during the
-// debounce, their handshakes are off the critical path.
+// debounce, their handshakes are off the critical path. Rooms still waiting
+// for their turn will need one at least; connections asked for since the
+// last fetch are not asked for again.
 void OfferPipeline::preconnect() {
     const std::uint32_t most = fetch_.policy.maxConcurrentBatches;
-    if (most <= 1) return;
-    if (auto url = api_.endpoint(api::kOffersPath))
-        api_.preconnect(*url, unsigned(std::min<std::size_t>(most, std::max<std::size_t>(queue_.size(), 1))));
+    if (most <= 1 || (queue_.empty() && turns_.empty())) return;
+    const std::size_t wanted = std::min<std::size_t>(most, std::max<std::size_t>(queue_.size(), 1));
+    if (wanted <= connectionsAsked_) return;
+    if (auto url = api_.endpoint(api::kOffersPath)) api_.preconnect(*url, unsigned(wanted - connectionsAsked_));
+    connectionsAsked_ = wanted;
 }
 
 void OfferPipeline::enqueue(const std::vector<LXRoomDetails>& rooms) {
@@ -248,6 +253,9 @@ void OfferPipeline::fetchArrivals(std::vector<std::uint64_t> arrivals) {
             // batch makes room for the next.
             for (std::uint32_t i = 0; i < std::max(1u, self->fetch_.policy.maxConcurrentBatches); ++i)
                 self->fetchNext(fetch);
+            // The lookup now holds the first batches, which hold the fetch:
+            // the fetch must not hold the lookup too.
+            fetch->session.reset();
         });
 }
 

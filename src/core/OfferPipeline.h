@@ -125,6 +125,7 @@ private:
     std::map<std::uint64_t, unsigned> inFlight_;  // requests per batch, sent or about to be
     // A debounced fetch is due: rooms left behind by an answer wait for it.
     bool fetchDue_ = false;
+    std::size_t connectionsAsked_ = 0;  // since the last fetch
 };
 
 }  // namespace lxhf
