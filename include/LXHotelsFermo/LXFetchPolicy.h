@@ -15,9 +15,11 @@ struct LXFetchRetry {
     double initialDelay = 1.0;
     /// Seconds that no wait between retries exceeds.
     double maxDelay = 60.0;
-    /// Requests per batch, the first one included, after which its rooms
-    /// show the fetching error; absent: no limit. Counted afresh at each new
-    /// trigger (cacheOffers, a refresh, the network coming back).
+    /// Failed requests per batch, the first one included, after which its
+    /// rooms show the fetching error; absent: no limit. A new trigger
+    /// (cacheOffers, a refresh, the network coming back) starts the waits
+    /// over but keeps this count, so a host that triggers often still ends
+    /// a batch that keeps failing.
     std::optional<std::uint32_t> maxAttempts{};
 
     /// Equal when every field is.
