@@ -29,12 +29,12 @@ inline testing::FermoTestService& localService() {
 }
 
 // A facade on the real services, pointed at `service` (in this process or
-// not) with its session file
-// in `cacheFolder`; the path always counts as satisfied, since reachability
-// is not what is measured. `client` is set to the HTTP client it makes.
+// not) with its session file in `cacheFolder`; the path always counts as
+// satisfied, since reachability is not what is measured. `client` is set to
+// the HTTP client it makes.
 template <class Service>
-std::unique_ptr<LXHotelsFermoSDK> liveFacade(Service& service,
-                                                    const std::string& cacheFolder, LibsoupHttpClient*& client) {
+std::unique_ptr<LXHotelsFermoSDK> liveFacade(Service& service, const std::string& cacheFolder,
+                                             LibsoupHttpClient*& client) {
     FacadeParts parts = systemParts();
     parts.makeHttp = [&client](const EndpointOverrides& o) -> std::shared_ptr<HttpClient> {
         auto made = std::make_shared<LibsoupHttpClient>(std::filesystem::path(*o.caFile));
@@ -52,9 +52,8 @@ std::unique_ptr<LXHotelsFermoSDK> liveFacade(Service& service,
 
 // `liveFacade`, asking for `width` batches at once, configured.
 template <class Service>
-std::unique_ptr<LXHotelsFermoSDK> configuredFacade(Service& service,
-                                                          const std::string& cacheFolder, LibsoupHttpClient*& client,
-                                                          std::uint32_t width) {
+std::unique_ptr<LXHotelsFermoSDK> configuredFacade(Service& service, const std::string& cacheFolder,
+                                                   LibsoupHttpClient*& client, std::uint32_t width) {
     auto sdk = liveFacade(service, cacheFolder, client);
     LXFetchPolicy policy;
     policy.maxConcurrentBatches = width;
