@@ -180,46 +180,17 @@ def check_values_without_service():
     check(target.text == "Hotel H-AUR", f"a bound property carries the hotel's name, got {target.text!r}")
     check(other.props.user_id is None, "a room without a user has none")
 
-    check(Lxhf.page_bridge_handler_name() == "CorvaneSDKBridge", "the bridge's handler name")
-    script = Lxhf.page_bridge_user_script()
-    check("messageHandlers" in script and Lxhf.page_bridge_handler_name() in script,
-          "the bridge script posts to the named handler")
-
 
 def check_page_messages(sdk, service):
-    error = {"eventName": "error", "data": {"message": "Card declined"}}
-    cases = [  # body, handler, kind, result, error message, stop spinner, dismiss
-        ({"eventName": "close", "data": {}}, None, Kind.CANCELLED, Result.CANCELLED, None, False, True),
-        ({"eventName": "purchased", "data": {}}, "CorvaneSDKBridge", Kind.PURCHASED, Result.PURCHASED, None,
-         False, False),
-        (error, None, Kind.ERROR, Result.ERROR, "Card declined", False, True),
-        ({"eventName": "error", "data": {"message": 42}}, None, Kind.ERROR, Result.ERROR,
-         "Unable to access microsite error message", False, True),
-        ({"eventName": "error", "data": {}}, None, Kind.ERROR, Result.ERROR,
-         "Unable to access microsite error message", False, True),
-        ({"eventName": "ready", "data": {}}, None, Kind.READY, Result.NONE, None, True, False),
-        ({"eventName": "Close", "data": {}}, None, Kind.UNKNOWN, Result.NONE, None, False, False),
-        (error, "SomeoneElsesBridge", Kind.MALFORMED, Result.NONE, None, False, False),
-        ({"eventName": "close"}, None, Kind.MALFORMED, Result.NONE, None, False, False),
-        ({"eventName": "close", "data": []}, None, Kind.MALFORMED, Result.NONE, None, False, False),
-        ({"eventName": 1, "data": {}}, None, Kind.MALFORMED, Result.NONE, None, False, False),
-        ([], None, Kind.MALFORMED, Result.NONE, None, False, False),
-    ]
-    for body, handler, *expected in cases:
-        action = sdk.page_message(json.dumps(body), handler)
-        got = [action.props.kind, action.props.result, action.props.error_message, action.props.stop_spinner,
-               action.props.dismiss]
-        check(got == expected, f"{body} to {handler}: expected {expected}, got {got}")
-
-    deep = 100_000
-    close = '{"eventName":"close","data":{}}'
-    for text in ["[" * deep + "]" * deep, '{"a":' * deep + "{}" + "}" * deep, close[:-1], close * 2, "not json", "",
-                 '{"eventName":"close","data":{"pad":"' + "x" * (1 << 20) + '"}}']:
-        action = sdk.page_message(text, None)
-        check(action.props.kind == Kind.MALFORMED and not action.props.dismiss,
-              f"unreadable text ({len(text)} chars) is malformed, got {action.props.kind}")
-    check(sdk.page_message('{"eventName":"close","data":{"pad":"' + "é" * 500_000 + '"}}', None).props.kind
-          == Kind.CANCELLED, "a message of almost a megabyte is still read")
+    # What each message means is checked in C and C++; from Python, that a
+    # message passes PyGObject's string conversion whole and is logged as the
+    # library's own page logs it.
+    close = sdk.page_message('{"eventName":"close","data":{"pad":"' + "é" * 500_000 + '"}}', None)
+    check(close.props.kind == Kind.CANCELLED and close.props.result == Result.CANCELLED and close.props.dismiss,
+          "a close of almost a megabyte is read")
+    check(sdk.page_message('{"eventName":"Close","data":{}}', None).props.kind == Kind.UNKNOWN, "an unknown event")
+    check(sdk.page_message("[" * 100_000 + "]" * 100_000, None).props.kind == Kind.MALFORMED,
+          "deep nesting is malformed")
     # The library's own page logs these; so must the host's.
     run_loop(10, lambda: any("Microsite event: unknown" in r["body"] for r in service.seen("/api/v2/logs")),
              "the unknown event is logged to the intake")

@@ -185,10 +185,10 @@ static void test_page_actions(void) {
   g_assert_true(lxhf_page_action_get_stop_spinner(ready));
   g_assert_false(lxhf_page_action_get_dismiss(ready));
 
-  /* Whatever is not a message of the bridge's own changes nothing. */
-  const char* malformed[] = {"", "[]", "null", "{\"eventName\":\"close\"}", "{\"eventName\":1,\"data\":{}}",
-                             "{\"eventName\":\"close\",\"data\":[]}", "{\"eventName\":\"clo\xff\",\"data\":{}}",
-                             "{\"eventName\":\"close\",\"data\":{}"};
+  /* Whatever is not a message of the bridge's own changes nothing; which
+   * messages those are is the C++ tests' concern, C adds bytes no string
+   * type would let through. */
+  const char* malformed[] = {"", "{\"eventName\":\"clo\xff\",\"data\":{}}"};
   for (guint i = 0; i < G_N_ELEMENTS(malformed); i++)
     assert_action(malformed[i], NULL, LXHF_PAGE_ACTION_KIND_MALFORMED, LXHF_PURCHASE_RESULT_NONE, FALSE, NULL);
   assert_action("{\"eventName\":\"close\",\"data\":{}}", "OtherBridge", LXHF_PAGE_ACTION_KIND_MALFORMED,
